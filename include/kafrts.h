@@ -8,5 +8,7 @@
 #include "kafrts/common.h"
 #include "kafrts/runtime.h"
 #include "kafrts/engine.h"
+#include "kafrts/io.h"
+#include "kafrts/format.h"
 
 #endif
