@@ -312,9 +312,11 @@ kaf_status definitely_next_edit(kaf_ioctx &c, int direction);
 bool next_edit_is_DT(const kaf_ioctx &c);
 kaf_status position_file_from(kaf_ioctx &c, std::int64_t target, int direction);
 // The item's first step: obtain the data edit descriptor when the sequencer
-// stands at ':' or ')'.
+// stands at ':' or ')', and bring a pending tab target into force.
 inline kaf_status need_data_edit(kaf_ioctx &c, int direction) {
-  if (c.edit_code == EDIT_END || c.edit_code == EDIT_COLON) return definitely_next_edit(c, direction);
+  if (c.edit_code == EDIT_END || c.edit_code == EDIT_COLON)
+    if (kaf_status s = definitely_next_edit(c, direction)) return s;
+  if (c.tab_pending) return position_file_from(c, c.tab_target, direction);
   return 0;
 }
 // DT's v_list: stores up to max values, returns how many the list holds.

@@ -532,8 +532,8 @@ kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
     c.saw_data = 1;
     c.fmt_spare = repeat - 1;
     c.fmt_pos = p;
-    if (direction == DIR_OUTPUT && c.tab_pending)
-      if (kaf_status s = position_file_from(c, c.tab_target, direction)) return s;
+    // A pending tab target is brought into force by the item (need_data_edit):
+    // when no item comes, positioning alone writes nothing.
     return 0;
   }
 }
