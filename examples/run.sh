@@ -14,7 +14,7 @@ for prog in "$dir"/*; do
     env $settings "$prog" 2>&1 | iconv -f SHIFT_JIS -t UTF-8
     status=${PIPESTATUS[0]}
   else
-    env $settings "$prog" 2>&1
+    ( env $settings "$prog" 2>&1 ) 2>/dev/null
     status=$?
   fi
   echo "---- exit status $status"
