@@ -14,7 +14,8 @@ for prog in "$dir"/*; do
     env $settings "$prog" 2>&1 | iconv -f SHIFT_JIS -t UTF-8
     status=${PIPESTATUS[0]}
   else
-    ( env $settings "$prog" 2>&1 ) 2>/dev/null
+    # The inner shell reports an abort on its own stderr, kept out of sight.
+    sh -c 'env "$@" 2>&1; exit $?' sh $settings "$prog" 2>/dev/null
     status=$?
   fi
   echo "---- exit status $status"
