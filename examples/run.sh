@@ -14,9 +14,9 @@ for prog in "$dir"/*; do
     env $settings "$prog" 2>&1 | iconv -f SHIFT_JIS -t UTF-8
     status=${PIPESTATUS[0]}
   else
-    # The inner shell reports an abort on its own stderr, kept out of sight.
-    sh -c 'env "$@" 2>&1; exit $?' sh $settings "$prog" 2>/dev/null
-    status=$?
+    # In a pipeline the shell keeps quiet about a program that aborted.
+    env $settings "$prog" 2>&1 | cat
+    status=${PIPESTATUS[0]}
   fi
   echo "---- exit status $status"
 done
