@@ -694,19 +694,48 @@ range classify_range(const decimal_number &x) {
   return range::normal;
 }
 
+// a *= v (v < 2^63).
+void bin_mul_u64(bin_big &a, std::uint64_t v) {
+  u128 carry = 0;
+  for (int i = 0; i < a.n; ++i) {
+    u128 t = static_cast<u128>(a.l[i]) * v + carry;
+    a.l[i] = static_cast<std::uint32_t>(t);
+    carry = t >> 32;
+  }
+  while (carry && a.n < kBinLimbs) {
+    a.l[a.n++] = static_cast<std::uint32_t>(carry);
+    carry >>= 32;
+  }
+}
+
+// Sign of x - n * 2^s, exactly.
+int compare_exact(const decimal_number &x, std::uint64_t n, int s) {
+  bin_big num, den;
+  exact_ratio(x, num, den);  // x = num / den
+  bin_mul_u64(den, n);       // compare num with den * n * 2^s
+  if (s >= 0) bin_shl(den, s);
+  else bin_shl(num, -s);
+  return bin_cmp(num, den);
+}
+
 bool fast_to_binary(const decimal_number &x, const binary_format &f, rmode m, bool *overflow,
                     double *result) {
-  if (x.n > 19 || x.exp10 < kPowMin || x.exp10 > kPowMax) return false;
+  // More than 19 digits: the first 19, and a tail that only says "more".
+  int n = x.n < 19 ? x.n : 19;
+  bool sticky = x.sticky;
+  for (int i = n; i < x.n && !sticky; ++i) sticky = x.digits[i] != '0';
+  std::int64_t k64 = x.exp10 + (x.n - n);
+  if (k64 < kPowMin || k64 > kPowMax) return false;
   std::uint64_t w = 0;
-  for (int i = 0; i < x.n; ++i) w = w * 10 + static_cast<std::uint64_t>(x.digits[i] - '0');
-  int k = static_cast<int>(x.exp10);
+  for (int i = 0; i < n; ++i) w = w * 10 + static_cast<std::uint64_t>(x.digits[i] - '0');
+  int k = static_cast<int>(k64);
   const pow10_entry &p = kPow10.e[k - kPowMin];
   u192 prod = mul_64x128(w, p.hi, p.lo);
   // The true product lies in [prod, prod + err]: w for the table's truncation,
   // and 10^k (hi:lo + 1) more for a nonzero tail past the 19 digits.
   u192 err{{p.exact ? 0 : w, 0, 0}};
-  if (x.sticky) err = add192(err, add192(u192{{p.lo, p.hi, 0}}, u192{{1, 0, 0}}));
-  bool exact = p.exact && !x.sticky;
+  if (sticky) err = add192(err, add192(u192{{p.lo, p.hi, 0}}, u192{{1, 0, 0}}));
+  bool exact = p.exact && !sticky;
   int B = bitlen192(prod);
   int prec = f.precision;
   int e = p.exp2 + B - prec;
@@ -715,8 +744,21 @@ bool fast_to_binary(const decimal_number &x, const binary_format &f, rmode m, bo
   int drop = e - p.exp2;
   if (drop < 1 || drop >= 191) return false;
   tail t;
-  if (!classify(low_bits(prod, drop), drop, exact, err, &t)) return false;
+  u192 r = low_bits(prod, drop);
   std::uint64_t mant = bits_at(prod, drop);
+  if (!classify(r, drop, exact, err, &t)) {
+    // The interval holds a boundary: the midpoint above mant, or the next
+    // value mant + 1 (the true value is never below prod, so those are the
+    // only two). One exact comparison tells on which side x lies.
+    bool at_next = cmp192(add192(r, err), pow2_192(drop)) >= 0;
+    int c = compare_exact(x, at_next ? mant + 1 : 2 * mant + 1, at_next ? e : e - 1);
+    if (at_next) {
+      if (c >= 0) ++mant;
+      t = c < 0 ? tail::above_half : c == 0 ? tail::zero : tail::below_half;
+    } else {
+      t = c < 0 ? tail::below_half : c == 0 ? tail::half : tail::above_half;
+    }
+  }
   if (rounds_up(m, t, mant & 1)) ++mant;
   *result = make_double(mant, e, f, m, overflow);
   return true;

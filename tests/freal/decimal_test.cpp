@@ -321,6 +321,32 @@ TEST(DecimalInput, MidpointsAndTheirNeighbours) {
   }
 }
 
+// A double written out exactly reads back as itself in every mode (the
+// fast path's interval then touches the value itself).
+TEST(DecimalInput, ExactValuesReadBackInEveryMode) {
+  using kaf::dec::rmode;
+  std::mt19937_64 rng(15);
+  for (int i = 0; i < 20000; ++i) {
+    double x = std::fabs(oracle::random_double(rng));
+    char text[1200];
+    std::snprintf(text, sizeof text, "%.800e", x);
+    parsed p = parse(text);
+    for (rmode m : {rmode::nearest_even, rmode::nearest_away, rmode::toward_zero, rmode::away_from_zero}) {
+      bool ov;
+      ASSERT_EQ(kaf::dec::to_binary(p.number(), kaf::dec::kDouble, m, &ov), x) << text;
+    }
+    // One unit more or less in a far digit moves the directed results.
+    parsed pu = p;
+    pu.digits = p.digits + std::string(30, '0') + "1";
+    pu.exp10 -= 31;
+    decimal_number nu = pu.number();
+    bool ov;
+    ASSERT_EQ(kaf::dec::to_binary(nu, kaf::dec::kDouble, rmode::away_from_zero, &ov), std::nextafter(x, HUGE_VAL)) << text;
+    ASSERT_EQ(kaf::dec::to_binary(nu, kaf::dec::kDouble, rmode::toward_zero, &ov), x) << text;
+    ASSERT_EQ(kaf::dec::to_binary(nu, kaf::dec::kDouble, rmode::nearest_even, &ov), x) << text;
+  }
+}
+
 TEST(DecimalInput, StickyTailBeyondTheKeptDigits) {
   // 0.5 + 2^-54 + tiny, written with a tail: the kept digits end before the
   // tail, which only says "more".
