@@ -10,5 +10,6 @@
 #include "kafrts/engine.h"
 #include "kafrts/io.h"
 #include "kafrts/format.h"
+#include "kafrts/freal.h"
 
 #endif
