@@ -24,7 +24,14 @@ struct kaf_unit_head {
   std::int64_t number;       // unit number (as in messages)
   std::uint32_t last_record; // nonzero: the current record is the file's last
   std::uint8_t status;       // UNIT_AT_EOF | UNIT_TRANSIENT | engine bits
-  std::uint8_t head_spare[3];
+  std::uint8_t decimal_char; // connection modes, copied by establish_format
+  std::uint8_t pad_yes;      // PAD='YES'
+  std::uint8_t head_spare;
+  std::uint32_t blank_mode;
+  std::uint32_t round_mode;
+  std::uint32_t sign_mode;
+  std::uint32_t encoding;
+  std::int64_t kept_len;     // length of the record a non-advancing WRITE left open
 };
 inline constexpr std::uint8_t UNIT_AT_EOF = 0x80;   // end of file reached
 inline constexpr std::uint8_t UNIT_TRANSIENT = 0x02; // hidden from the refill callback
@@ -40,6 +47,9 @@ struct kaf_ifile_head {
 inline constexpr std::uint32_t IOF_END = 1;    // END= present
 inline constexpr std::uint32_t IOF_EOR = 2;    // report end of record (non-advancing EOR=, list input)
 inline constexpr std::uint32_t IOF_ERR = 4;    // ERR= or IOSTAT= present
+
+// stmt_bits bits the editing layer reads (the engine owns the rest).
+inline constexpr std::uint64_t STMT_NONADVANCING = 1;
 
 // mode_flags bits.
 inline constexpr std::uint32_t MODE_FORMAT = 64;  // format established
@@ -254,7 +264,7 @@ static_assert(alignof(kaf_ioctx) <= KAF_IOCTX_ALIGN);
 // Putting one character on output: flush when the buffer is full, then store
 // one unit of the record's width.
 inline kaf_status put_character(kaf_ioctx &c, std::uint32_t ch) {
-  if (static_cast<std::uint64_t>(c.pos) == c.limit)
+  if (static_cast<std::uint64_t>(c.pos) >= c.limit)
     if (kaf_status s = c.flush(&c)) return s;
   switch (unit_width(c.encoding)) {
   case 1: static_cast<std::uint8_t *>(c.buffer)[c.pos] = static_cast<std::uint8_t>(ch); break;
@@ -302,9 +312,11 @@ kaf_status definitely_next_edit(kaf_ioctx &c, int direction);
 bool next_edit_is_DT(const kaf_ioctx &c);
 kaf_status position_file_from(kaf_ioctx &c, std::int64_t target, int direction);
 // The item's first step: obtain the data edit descriptor when the sequencer
-// stands at ':' or ')'.
+// stands at ':' or ')', and bring a pending tab target into force.
 inline kaf_status need_data_edit(kaf_ioctx &c, int direction) {
-  if (c.edit_code == EDIT_END || c.edit_code == EDIT_COLON) return definitely_next_edit(c, direction);
+  if (c.edit_code == EDIT_END || c.edit_code == EDIT_COLON)
+    if (kaf_status s = definitely_next_edit(c, direction)) return s;
+  if (c.tab_pending) return position_file_from(c, c.tab_target, direction);
   return 0;
 }
 // DT's v_list: stores up to max values, returns how many the list holds.

@@ -96,7 +96,7 @@ typedef struct kaf_open_spec {
   const char *sign;     size_t sign_len;
   const char *delim;    size_t delim_len;
   const char *encoding; size_t encoding_len;
-  int64_t recl;         /* RECL=; 0 when absent */
+  const int64_t *recl;  /* RECL= value, or null */
   int32_t *newunit;     /* NEWUNIT= variable, or null */
   int32_t *iostat;      /* IOSTAT= variable, or null */
   char *iomsg;          /* IOMSG= variable, or null */
@@ -111,6 +111,10 @@ KAF_API int32_t __KAFf90_openf4x(const char *src_file, int32_t src_line, int64_t
 KAF_API int32_t __KAFf90_close4(const char *src_file, int32_t src_line, int64_t unit,
                                 const char *status, size_t status_len, int32_t *iostat,
                                 char *iomsg, size_t iomsg_len, int32_t flags);
+
+/* REWIND: ends a pending record and positions the file at its start. */
+KAF_API int32_t __KAFf90_rewind4(const char *src_file, int32_t src_line, int64_t unit,
+                                 int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
 
 /* Ends every unit at a fatal error without flushing what is half written
  * (used when the reporter must not re-enter I/O). */

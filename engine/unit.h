@@ -1,0 +1,72 @@
+// The engine's unit record and unit table, shared by OPEN/CLOSE, the
+// statement begin and end calls and the error exit.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "format/context.h"
+
+enum unit_access : std::int32_t { ACCESS_SEQUENTIAL = 0, ACCESS_DIRECT = 1, ACCESS_STREAM = 2 };
+enum unit_action : std::int32_t { ACTION_READ = 1, ACTION_WRITE = 2, ACTION_READWRITE = 3 };
+enum unit_last_op : std::int32_t { LAST_NONE = 0, LAST_READ = 1, LAST_WRITE = 2 };
+
+struct unit_rec {
+  kaf_unit_head head;    // first: what the editing layer reads
+  std::FILE *stream;
+  char *name;            // NUL-terminated, allocator storage of name_size bytes
+  std::size_t name_size;
+  std::int32_t standard;  // 1 stdin, 2 stdout, 3 the runtime error stream, 0 a file
+  std::int32_t scratch;
+  std::int32_t formatted;
+  std::int32_t access;
+  std::int32_t action;
+  std::int32_t position;  // 0 ASIS, 1 REWIND, 2 APPEND
+  std::int32_t delim;     // 0 NONE, '\'' or '"'
+  std::int32_t asynchronous;
+  std::int64_t recl;      // 0: no limit
+  std::int32_t last_op;
+  std::int32_t at_end;    // a READ met the end of file
+  // Output: committed records wait in wbuf[0, wlen); the record being built
+  // follows them at wbuf + wlen (and stays there across a non-advancing
+  // WRITE, kept_len characters long).
+  char *wbuf;
+  std::size_t wlen, wcap;
+  std::int32_t kept_open;  // a non-advancing WRITE left its record open
+  // Input: rbuf[rpos, rlen) is read but not consumed.
+  char *rbuf;
+  std::size_t rpos, rlen, rcap;
+  std::int32_t eof_seen;   // the stream has nothing more
+  // A non-advancing READ left its record partly read.
+  std::int32_t rec_pending;
+  char *rec;
+  std::int64_t rec_len, rec_pos;
+};
+
+// The unit of number, or null when none is connected (units 0, 5 and 6 are
+// connected at first use unless closed).
+unit_rec *find_unit(std::int64_t number);
+// Flushes committed output records to the stream.
+bool drain_output(unit_rec *u);
+// Ends a record left open by a non-advancing WRITE.
+bool commit_kept_record(unit_rec *u);
+// Reads the next record (without its newline) into *rec/*len; false at end
+// of file. The record stays valid until the next call.
+bool read_record(unit_rec *u, char **rec, std::int64_t *len);
+// Makes the stream ready to write after reads (truncating what follows).
+void switch_to_writing(unit_rec *u);
+// Grows wbuf so that at least need bytes are free after wlen + keep.
+bool reserve_output(unit_rec *u, std::size_t keep, std::size_t need);
+
+// Error exit for statements that have no transfer context (OPEN, CLOSE,
+// REWIND): raises code with one insertion through __KAFf90_ioerr.
+std::int32_t statement_error(const char *src_file, std::int32_t src_line, unit_rec *u,
+                             std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                             std::int32_t flags, std::int32_t code, std::int64_t insertion);
+
+// Engine-private statement bits (kaf_ioctx::stmt_bits), besides STMT_NONADVANCING.
+inline constexpr std::uint64_t STMT_HAS_EOR = 2;    // EOR= present
+inline constexpr std::uint64_t STMT_INPUT = 4;
+inline constexpr std::uint64_t STMT_IOSTAT64 = 8;   // reserved: 64-bit IOSTAT=
+inline constexpr std::uint64_t STMT_INTERNAL = 16;
+inline constexpr std::uint64_t STMT_DONE = 32;      // an error ended the statement
