@@ -753,7 +753,12 @@ bool fast_to_binary(const decimal_number &x, const binary_format &f, rmode m, bo
     bool at_next = cmp192(add192(r, err), pow2_192(drop)) >= 0;
     int c = compare_exact(x, at_next ? mant + 1 : 2 * mant + 1, at_next ? e : e - 1);
     if (at_next) {
-      if (c >= 0) ++mant;
+      if (c >= 0 && ++mant == std::uint64_t{1} << prec) {
+        // Into the next binade: the ulp doubles, and "less than half the
+        // old ulp above" is still less than half the new one.
+        mant >>= 1;
+        ++e;
+      }
       t = c < 0 ? tail::above_half : c == 0 ? tail::zero : tail::below_half;
     } else {
       t = c < 0 ? tail::below_half : c == 0 ? tail::half : tail::above_half;
