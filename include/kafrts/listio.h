@@ -79,6 +79,82 @@ KAF_API int32_t __KAFf90_lio_read_nl_ch2j(kaf_ioctx *ctx, uint16_t *item, kaf_ch
 KAF_API int32_t __KAFf90_lio_read_nl_ch2u(kaf_ioctx *ctx, uint16_t *item, kaf_charlen len);
 KAF_API int32_t __KAFf90_lio_read_nl_ch4(kaf_ioctx *ctx, uint32_t *item, kaf_charlen len);
 
+/* ---- Preconnected-unit options (module f90_preconn_io) ----------------- */
+/* The options, owned by the engine and applied when it connects a
+ * preconnected unit: "NULL"/"ZERO", "REWIND"/"ASIS"/"APPEND", a file-name
+ * prefix of at most 30 characters, and a verbose switch. */
+KAF_API extern char __KAFf90_pcio_blank[8];
+KAF_API extern char __KAFf90_pcio_position[8];
+KAF_API extern char __KAFf90_pcio_prefix[31];
+KAF_API extern int32_t __KAFf90_pcio_verbose;
+/* IOINIT(BLANK, POSITION, PREFIX, VERBOSE): every argument optional (null);
+ * the character lengths follow. An invalid value ends the program. */
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit(const char *blank, const char *position,
+                                                      const char *prefix, const int32_t *verbose,
+                                                      kaf_charlen blank_len, kaf_charlen position_len,
+                                                      kaf_charlen prefix_len);
+/* The same with VERBOSE of LOGICAL kind 1, 2 and 4 (8, 16, 64 bits). */
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit1(const char *blank, const char *position,
+                                                       const char *prefix, const int8_t *verbose,
+                                                       kaf_charlen blank_len, kaf_charlen position_len,
+                                                       kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit2(const char *blank, const char *position,
+                                                       const char *prefix, const int16_t *verbose,
+                                                       kaf_charlen blank_len, kaf_charlen position_len,
+                                                       kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit4(const char *blank, const char *position,
+                                                       const char *prefix, const int64_t *verbose,
+                                                       kaf_charlen blank_len, kaf_charlen position_len,
+                                                       kaf_charlen prefix_len);
+/* GET_PCIO_OPTIONS(BLANK, POSITION, PREFIX, VERBOSE), every argument
+ * optional; VERBOSE of LOGICAL kind 1, 2, default (3) and 4. */
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options1(char *blank, char *position, char *prefix,
+                                                                 int8_t *verbose, kaf_charlen blank_len,
+                                                                 kaf_charlen position_len, kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options2(char *blank, char *position, char *prefix,
+                                                                 int16_t *verbose, kaf_charlen blank_len,
+                                                                 kaf_charlen position_len, kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options3(char *blank, char *position, char *prefix,
+                                                                 int32_t *verbose, kaf_charlen blank_len,
+                                                                 kaf_charlen position_len, kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options4(char *blank, char *position, char *prefix,
+                                                                 int64_t *verbose, kaf_charlen blank_len,
+                                                                 kaf_charlen position_len, kaf_charlen prefix_len);
+/* The UCS-4 twins: character arguments of 32-bit characters (lengths in
+ * characters). A character with no default-kind equivalent ends the program. */
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit_CU(const uint32_t *blank, const uint32_t *position,
+                                                         const uint32_t *prefix, const int32_t *verbose,
+                                                         kaf_charlen blank_len, kaf_charlen position_len,
+                                                         kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit1_CU(const uint32_t *blank, const uint32_t *position,
+                                                          const uint32_t *prefix, const int8_t *verbose,
+                                                          kaf_charlen blank_len, kaf_charlen position_len,
+                                                          kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit2_CU(const uint32_t *blank, const uint32_t *position,
+                                                          const uint32_t *prefix, const int16_t *verbose,
+                                                          kaf_charlen blank_len, kaf_charlen position_len,
+                                                          kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_ioinit4_CU(const uint32_t *blank, const uint32_t *position,
+                                                          const uint32_t *prefix, const int64_t *verbose,
+                                                          kaf_charlen blank_len, kaf_charlen position_len,
+                                                          kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options1_CU(uint32_t *blank, uint32_t *position,
+                                                                    uint32_t *prefix, int8_t *verbose,
+                                                                    kaf_charlen blank_len, kaf_charlen position_len,
+                                                                    kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options2_CU(uint32_t *blank, uint32_t *position,
+                                                                    uint32_t *prefix, int16_t *verbose,
+                                                                    kaf_charlen blank_len, kaf_charlen position_len,
+                                                                    kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options3_CU(uint32_t *blank, uint32_t *position,
+                                                                    uint32_t *prefix, int32_t *verbose,
+                                                                    kaf_charlen blank_len, kaf_charlen position_len,
+                                                                    kaf_charlen prefix_len);
+KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options4_CU(uint32_t *blank, uint32_t *position,
+                                                                    uint32_t *prefix, int64_t *verbose,
+                                                                    kaf_charlen blank_len, kaf_charlen position_len,
+                                                                    kaf_charlen prefix_len);
+
 KAF_EXTERN_C_END
 
 #endif
