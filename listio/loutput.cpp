@@ -282,7 +282,7 @@ std::uint64_t __KAFf90_init_loutput(kaf_ioctx *ctx) {
     c.sign_mode = u->sign_mode;
     c.round_mode = u->round_mode;
     // DELIM= of the connection ('\'', '"' or 0 for NONE).
-    c.delimiter = u->head_spare;
+    c.delimiter = static_cast<std::uint32_t>(__KAFf90_unit_delim(c.unit));
   }
   if (c.decimal_char != ',') c.decimal_char = '.';
   c.separator = c.decimal_char == ',' ? ';' : ',';

@@ -155,6 +155,256 @@ KAF_API void __KAFf90_MODULE_f90_preconn_io_MP_get_pcio_options4_CU(uint32_t *bl
                                                                     kaf_charlen blank_len, kaf_charlen position_len,
                                                                     kaf_charlen prefix_len);
 
+/* ---- Engine statements the legacy layer drives -------------------------
+ * Each returns 0 or the status of the error raised (IOSTAT=/IOMSG=/ERR=
+ * as for REWIND); src_file/src_line locate the statement (null/0). */
+/* BACKSPACE: to the start of the record before the current position. */
+KAF_API int32_t __KAFf90_backspace4(const char *src_file, int32_t src_line, int64_t unit, int32_t *iostat,
+                                    char *iomsg, size_t iomsg_len, int32_t flags);
+/* ENDFILE: the file ends at the current position. */
+KAF_API int32_t __KAFf90_endfile4(const char *src_file, int32_t src_line, int64_t unit, int32_t *iostat,
+                                  char *iomsg, size_t iomsg_len, int32_t flags);
+/* FLUSH: ended records reach the file. */
+KAF_API int32_t __KAFf90_flush4(const char *src_file, int32_t src_line, int64_t unit, int32_t *iostat,
+                                char *iomsg, size_t iomsg_len, int32_t flags);
+/* WAIT (ID= address or null): transfers complete within their statements. */
+KAF_API int32_t __KAFf90_waitf4(const char *src_file, int32_t src_line, int64_t unit, const int64_t *id,
+                                int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+/* DELIM= of a unit record: '\'', '"' or 0 for NONE. */
+KAF_API int32_t __KAFf90_unit_delim(const void *unit);
+
+/* INQUIRE: an inquiry record (opaque), opened by unit or by file, one query
+ * per specifier, then end_inquire. Character results are blank-padded into
+ * (address, length); EXIST, OPENED, NAMED are default LOGICALs; NUMBER,
+ * NEXTREC and RECL 64-bit integers. */
+typedef struct kaf_inquiry {
+  uint64_t words[6];
+} kaf_inquiry;
+enum {
+  KAF_INQ_ACCESS = 1, KAF_INQ_ACTION, KAF_INQ_BLANK, KAF_INQ_DELIM, KAF_INQ_DIRECT, KAF_INQ_EXIST,
+  KAF_INQ_FORM, KAF_INQ_FORMATTED, KAF_INQ_OPENED, KAF_INQ_NAME, KAF_INQ_NAMED, KAF_INQ_NEXTREC,
+  KAF_INQ_NUMBER, KAF_INQ_PAD, KAF_INQ_POSITION, KAF_INQ_READ, KAF_INQ_READWRITE, KAF_INQ_RECL,
+  KAF_INQ_SEQUENTIAL, KAF_INQ_UNFORMATTED, KAF_INQ_WRITE
+};
+KAF_API int32_t __KAFf90_inquire_unit(kaf_inquiry *q, int64_t unit, int32_t *iostat, char *iomsg, int32_t flags);
+/* By file: EXIST= and NAME= are answered at once. */
+KAF_API int32_t __KAFf90_inquire_file(kaf_inquiry *q, const char *file, size_t file_len, int32_t *exist,
+                                      char *name, size_t name_len, int32_t *iostat, char *iomsg, int32_t flags);
+KAF_API int32_t __KAFf90_inquire_query(kaf_inquiry *q, int32_t which, void *address, size_t length);
+KAF_API int32_t __KAFf90_end_inquire(kaf_inquiry *q);
+
+/* ---- Legacy statement entry layer --------------------------------------
+ * Older object code: one static transfer context behind every call; units
+ * are 32-bit; the flag word comes from ERR=, END=, EOR= and IOSTAT= (the
+ * write-side and internal begin calls keep only "any": 4 or 0). Every call
+ * returns 0 or the status to branch on. */
+/* The statement chains, longest legacy form first. */
+KAF_API int32_t __KAFf90_read_sequential_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit, int32_t *iostat,
+                                        char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_read_sequential(kaf_ioctx *ctx, int64_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                   int32_t flags);
+KAF_API int32_t __KAFf90_write_sequential_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit, int32_t *iostat,
+                                        char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_sequential(kaf_ioctx *ctx, int64_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                   int32_t flags);
+/* Internal-file descriptors of default CHARACTER (type code 10). */
+KAF_API void __KAFf90_array_ifile(kaf_ifile *f, const int64_t *desc, int32_t rank);
+KAF_API void __KAFf90_scalar_ifile(kaf_ifile *f, char *address, size_t len);
+KAF_API int32_t __KAFf90_backspace(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_backspacef(int32_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_backspacef_line(const char *file, int32_t line, int32_t unit, int32_t *iostat, char *iomsg,
+                                      size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_endfile(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_endfilef(int32_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_endfilef_line(const char *file, int32_t line, int32_t unit, int32_t *iostat, char *iomsg,
+                                      size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_rewind(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_rewindf(int32_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_rewindf_line(const char *file, int32_t line, int32_t unit, int32_t *iostat, char *iomsg,
+                                      size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_flushf(int32_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_flushf_line(const char *file, int32_t line, int32_t unit, int32_t *iostat, char *iomsg,
+                                      size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_close(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_closef(int32_t unit, const char *status, size_t status_len, int32_t *iostat, char *iomsg,
+                                size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_closef_line(const char *file, int32_t line, int32_t unit, const char *status,
+                                     size_t status_len, int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+/* WAIT: ID= is the address of a 32-bit integer, or null. */
+KAF_API int32_t __KAFf90_waitf(int32_t unit, const int32_t *id, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                               int32_t flags);
+KAF_API int32_t __KAFf90_waitf_line(const char *file, int32_t line, int32_t unit, const int32_t *id, int32_t *iostat,
+                                    char *iomsg, size_t iomsg_len, int32_t flags);
+/* OPEN. The legacy specifier block: the tag word 53, then the engine's
+ * specifier record. */
+#define KAF_OPEN_BLOCK_TAG 53
+typedef struct kaf_open_block {
+  int64_t tag;
+  kaf_open_spec spec;
+} kaf_open_block;
+/* open: FILE=, STATUS=, FORM=, ACCESS= (address and length each, null when
+ * absent) and RECL= (address or null). */
+KAF_API int32_t __KAFf90_open(int32_t unit, const char *file, size_t file_len, const char *status, size_t status_len,
+                              const char *form, size_t form_len, const char *access, size_t access_len,
+                              const int32_t *recl, int32_t flags);
+/* openf: as open, then ACTION=, POSITION=, BLANK=, DELIM=, PAD= and IOSTAT=. */
+KAF_API int32_t __KAFf90_openf(int32_t unit, const char *file, size_t file_len, const char *status,
+                               size_t status_len, const char *form, size_t form_len, const char *access,
+                               size_t access_len, const int32_t *recl, const char *action, size_t action_len,
+                               const char *position, size_t position_len, const char *blank, size_t blank_len,
+                               const char *delim, size_t delim_len, const char *pad, size_t pad_len, int32_t *iostat,
+                               int32_t flags);
+KAF_API int32_t __KAFf90_openf2g(int32_t unit, const char *file, size_t file_len, kaf_open_block *block);
+KAF_API int32_t __KAFf90_openf2(int32_t unit, const kaf_open_block *block);
+KAF_API int32_t __KAFf90_openf4(const char *src_file, int32_t src_line, int64_t unit, const kaf_open_block *block);
+KAF_API int32_t __KAFf90_openf2x(int32_t unit, const kaf_open_spec *spec);
+KAF_API int32_t __KAFf90_openf2gx(const char *src_file, int32_t src_line, int32_t unit, const kaf_open_spec *spec);
+/* Legacy begin calls. A null format is list-directed. ADVANCE= address and
+ * length (null: absent); SIZE= the address of a 32-bit counter (null). */
+KAF_API int32_t __KAFf90_read(int32_t unit, const char *fmt, int64_t fmt_len, const char *advance,
+                              size_t advance_len, int32_t *size, int32_t flags);
+KAF_API int32_t __KAFf90_write(int32_t unit, const char *fmt, int64_t fmt_len, const char *advance,
+                               size_t advance_len, int32_t flags);
+/* Internal files: a character array (descriptor and rank) or scalar
+ * (address and length); the read forms take one ignored argument more. */
+KAF_API int32_t __KAFf90_ireada(const int64_t *desc, int32_t rank, const char *fmt, int64_t fmt_len,
+                                int32_t ignored, int32_t flags);
+KAF_API int32_t __KAFf90_ireads(char *address, size_t len, const char *fmt, int64_t fmt_len, int32_t ignored,
+                                int32_t flags);
+KAF_API int32_t __KAFf90_iwritea(const int64_t *desc, int32_t rank, const char *fmt, int64_t fmt_len, int32_t flags);
+KAF_API int32_t __KAFf90_iwrites(char *address, size_t len, const char *fmt, int64_t fmt_len, int32_t flags);
+/* Legacy end calls; endread stores SIZE= (low 32 bits). */
+KAF_API int32_t __KAFf90_endread(void);
+KAF_API int32_t __KAFf90_endwrite(void);
+KAF_API int32_t __KAFf90_endiread(void);
+KAF_API int32_t __KAFf90_endiwrite(void);
+/* Legacy item calls: formatted (read_/write_), old-style (dusty_), and
+ * list-directed (lread_/lwrite_). write_r edits through the DOUBLE
+ * PRECISION editor. */
+KAF_API int32_t __KAFf90_read_i1(int8_t *item);
+KAF_API int32_t __KAFf90_write_i1(int8_t value);
+KAF_API int32_t __KAFf90_dusty_read_i1(int8_t *item);
+KAF_API int32_t __KAFf90_dusty_write_i1(int8_t value);
+KAF_API int32_t __KAFf90_lread_i1(int8_t *item);
+KAF_API int32_t __KAFf90_read_i2(int16_t *item);
+KAF_API int32_t __KAFf90_write_i2(int16_t value);
+KAF_API int32_t __KAFf90_dusty_read_i2(int16_t *item);
+KAF_API int32_t __KAFf90_dusty_write_i2(int16_t value);
+KAF_API int32_t __KAFf90_lread_i2(int16_t *item);
+KAF_API int32_t __KAFf90_read_i(int32_t *item);
+KAF_API int32_t __KAFf90_write_i(int32_t value);
+KAF_API int32_t __KAFf90_dusty_read_i(int32_t *item);
+KAF_API int32_t __KAFf90_dusty_write_i(int32_t value);
+KAF_API int32_t __KAFf90_lread_i(int32_t *item);
+KAF_API int32_t __KAFf90_read_i4(int64_t *item);
+KAF_API int32_t __KAFf90_write_i4(int64_t value);
+KAF_API int32_t __KAFf90_dusty_read_i4(int64_t *item);
+KAF_API int32_t __KAFf90_dusty_write_i4(int64_t value);
+KAF_API int32_t __KAFf90_lread_i4(int64_t *item);
+KAF_API int32_t __KAFf90_read_l1(int8_t *item);
+KAF_API int32_t __KAFf90_write_l1(int8_t value);
+KAF_API int32_t __KAFf90_dusty_read_l1(int8_t *item);
+KAF_API int32_t __KAFf90_dusty_write_l1(int8_t value);
+KAF_API int32_t __KAFf90_lread_l1(int8_t *item);
+KAF_API int32_t __KAFf90_read_l2(int16_t *item);
+KAF_API int32_t __KAFf90_write_l2(int16_t value);
+KAF_API int32_t __KAFf90_dusty_read_l2(int16_t *item);
+KAF_API int32_t __KAFf90_dusty_write_l2(int16_t value);
+KAF_API int32_t __KAFf90_lread_l2(int16_t *item);
+KAF_API int32_t __KAFf90_read_l(int32_t *item);
+KAF_API int32_t __KAFf90_write_l(int32_t value);
+KAF_API int32_t __KAFf90_dusty_read_l(int32_t *item);
+KAF_API int32_t __KAFf90_dusty_write_l(int32_t value);
+KAF_API int32_t __KAFf90_lread_l(int32_t *item);
+KAF_API int32_t __KAFf90_read_l4(int64_t *item);
+KAF_API int32_t __KAFf90_write_l4(int64_t value);
+KAF_API int32_t __KAFf90_dusty_read_l4(int64_t *item);
+KAF_API int32_t __KAFf90_dusty_write_l4(int64_t value);
+KAF_API int32_t __KAFf90_lread_l4(int64_t *item);
+KAF_API int32_t __KAFf90_read_r(float *item);
+KAF_API int32_t __KAFf90_write_r(float value);
+KAF_API int32_t __KAFf90_dusty_read_r(float *item);
+KAF_API int32_t __KAFf90_dusty_write_r(float value);
+KAF_API int32_t __KAFf90_lread_r(float *item);
+KAF_API int32_t __KAFf90_read_d(double *item);
+KAF_API int32_t __KAFf90_write_d(double value);
+KAF_API int32_t __KAFf90_dusty_read_d(double *item);
+KAF_API int32_t __KAFf90_dusty_write_d(double value);
+KAF_API int32_t __KAFf90_lread_d(double *item);
+KAF_API int32_t __KAFf90_read_c(float *item);
+KAF_API int32_t __KAFf90_read_dc(double *item);
+KAF_API int32_t __KAFf90_dusty_read_c(float *item);
+KAF_API int32_t __KAFf90_dusty_read_dc(double *item);
+KAF_API int32_t __KAFf90_write_c(float re, float im);
+KAF_API int32_t __KAFf90_write_dc(double re, double im);
+KAF_API int32_t __KAFf90_dusty_write_c(float re, float im);
+KAF_API int32_t __KAFf90_dusty_write_dc(double re, double im);
+KAF_API int32_t __KAFf90_read_ch(char *item, kaf_charlen len);
+KAF_API int32_t __KAFf90_write_ch(const char *item, kaf_charlen len);
+KAF_API int32_t __KAFf90_lread_c(float *item);
+KAF_API int32_t __KAFf90_lread_dc(double *item);
+KAF_API int32_t __KAFf90_lread_ch(char *item, kaf_charlen len);
+KAF_API int32_t __KAFf90_lwrite_i1(int8_t value);
+KAF_API int32_t __KAFf90_lwrite_i2(int16_t value);
+KAF_API int32_t __KAFf90_lwrite_i(int32_t value);
+KAF_API int32_t __KAFf90_lwrite_i4(int64_t value);
+KAF_API int32_t __KAFf90_lwrite_l1(int8_t value);
+KAF_API int32_t __KAFf90_lwrite_l2(int16_t value);
+KAF_API int32_t __KAFf90_lwrite_l(int32_t value);
+KAF_API int32_t __KAFf90_lwrite_l4(int64_t value);
+KAF_API int32_t __KAFf90_lwrite_r(float value);
+KAF_API int32_t __KAFf90_lwrite_d(double value);
+KAF_API int32_t __KAFf90_lwrite_c(float re, float im);
+KAF_API int32_t __KAFf90_lwrite_dc(double re, double im);
+KAF_API int32_t __KAFf90_lwrite_ch(const char *item, kaf_charlen len);
+/* INQUIRE by FILE= and by UNIT=: one (address, length) pair per character
+ * specifier, one address per other specifier, null when absent; return 0. */
+KAF_API int32_t __KAFf90_inquire_f(const char *file, size_t file_len,
+    char *access, size_t access_len,
+    char *action, size_t action_len,
+    char *blank, size_t blank_len,
+    char *delim, size_t delim_len,
+    char *direct, size_t direct_len,
+    char *form, size_t form_len,
+    char *formatted, size_t formatted_len,
+    int32_t *opened,
+    int32_t *named,
+    int64_t *nextrec,
+    int32_t *number,
+    char *pad, size_t pad_len,
+    char *position, size_t position_len,
+    char *read, size_t read_len,
+    char *readwrite, size_t readwrite_len,
+    int64_t *recl,
+    char *sequential, size_t sequential_len,
+    char *unformatted, size_t unformatted_len,
+    char *write, size_t write_len,
+    int32_t *exist, char *name, size_t name_len);
+KAF_API int32_t __KAFf90_inquire_u(int32_t unit,
+    char *access, size_t access_len,
+    char *action, size_t action_len,
+    char *blank, size_t blank_len,
+    char *delim, size_t delim_len,
+    char *direct, size_t direct_len,
+    int32_t *exist,
+    char *form, size_t form_len,
+    char *formatted, size_t formatted_len,
+    int32_t *opened,
+    char *name, size_t name_len,
+    int32_t *named,
+    int64_t *nextrec,
+    int32_t *number,
+    char *pad, size_t pad_len,
+    char *position, size_t position_len,
+    char *read, size_t read_len,
+    char *readwrite, size_t readwrite_len,
+    int64_t *recl,
+    char *sequential, size_t sequential_len,
+    char *unformatted, size_t unformatted_len,
+    char *write, size_t write_len);
+/* 1 when the blank-padded value equals the upper-case keyword (case folded). */
+KAF_API int32_t __KAFf90_cidata_match(const char *value, size_t length, const char *keyword);
+
 KAF_EXTERN_C_END
 
 #endif

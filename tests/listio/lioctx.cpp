@@ -113,9 +113,8 @@ void begin_output(lioctx &m, const out_options &o) {
   m.unit.decimal_char = o.decimal_char;
   m.unit.sign_mode = o.sign_mode;
   m.unit.round_mode = o.round_mode;
-  m.unit.head_spare = o.delim;
   __KAFf90_init_loutput(&m.ctx);
-  if (o.internal) m.ctx.delimiter = o.delim;
+  m.ctx.delimiter = o.delim;
 }
 
 void begin_input(lioctx &m, const std::vector<std::string> &records, const in_options &o) {

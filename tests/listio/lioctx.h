@@ -16,6 +16,9 @@ namespace kaftest {
 struct lioctx {
   kaf_ioctx ctx{};
   kaf_unit_head unit{};
+  // The engine's unit record is larger than its head: room for the fields
+  // list-directed output asks the engine about (DELIM=, all zero).
+  unsigned char unit_rest[512]{};
   kaf_ifile_head ifile{};
   std::vector<std::uint8_t> store;   // record buffer (units of the encoding)
   std::vector<std::string> records;  // output: ended records; input: records to serve
