@@ -113,6 +113,19 @@ inline bool plain_bytes(std::uint32_t enc) {
   return unit_width(enc) == 1 && enc != ENC_SJIS_BYTES && enc != ENC_UTF8;
 }
 
+kaf_status fetch_slow(kaf_ioctx &c);
+
+// The character fetch: bytes of a plain byte record inline, everything else
+// (record ends, multi-byte and wide encodings) out of line.
+inline kaf_status fetch(kaf_ioctx &c) {
+  if (c.pos < c.rec_len && !c.at_eor && plain_bytes(c.lio_encoding)) {
+    c.ch = byte_at(c, c.pos++);
+    ++c.nchars;
+    return 0;
+  }
+  return fetch_slow(c);
+}
+
 // ---- The number text -------------------------------------------------------
 
 inline char *digit_store(kaf_ioctx &c) { return c.digits_heap ? c.digits_heap : c.digits; }
@@ -200,14 +213,67 @@ double convert_number(kaf_ioctx &c, const kaf::dec::binary_format &f, bool *over
 
 inline kaf_status skip_blanks(kaf_ioctx &c) {
   while (is_blank(c.ch))
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   return 0;
+}
+
+// A run of digits in a plain byte record, scanned with the scanner's state
+// in locals (the number text is written through a char pointer, which would
+// otherwise make every field of the context be reloaded per digit). Stops
+// at the first non-digit, at the end of the record, or where the number
+// text must grow; the caller's loop takes over from there.
+void digit_run(kaf_ioctx &c, bool after_point, std::int64_t *acc, bool *big) {
+  constexpr std::int64_t lim = std::numeric_limits<std::int64_t>::min() / 10;
+  if (!plain_bytes(c.lio_encoding) || c.at_eor) return;
+  const auto *b = static_cast<const std::uint8_t *>(c.buffer);
+  std::int64_t pos = c.pos;
+  const std::int64_t end = c.rec_len;
+  std::uint32_t ch = c.ch;
+  int nd = c.ndigits;
+  std::int64_t e = c.exp10;
+  char *store = digit_store(c);
+  const int cap = static_cast<int>(digit_capacity(c));
+  std::int64_t a = *acc;
+  bool bg = *big;
+  std::uint64_t taken = 0;
+  bool at_eor = false;
+  while (is_digit(ch)) {
+    if (!after_point && !bg) {
+      const int d = static_cast<int>(ch - '0');
+      if (a < lim || (a == lim && d > 8)) bg = true;
+      else a = a * 10 - d;
+    }
+    if (nd == 0 && ch == '0') {
+      if (after_point) --e;
+    } else if (nd < cap && nd < kaf::dec::kMaxInputDigits) {
+      store[nd++] = static_cast<char>(ch);
+      if (after_point) --e;
+    } else {
+      break;  // growth or digits past the kept ones: the general loop
+    }
+    if (pos == end) {
+      at_eor = true;
+      ch = ' ';
+      break;
+    }
+    ch = b[pos++];
+    ++taken;
+  }
+  c.pos = pos;
+  c.ch = ch;
+  c.at_eor = at_eor;
+  c.nchars += taken;
+  c.ndigits = nd;
+  c.exp10 = static_cast<std::int32_t>(e < -kExponentCap ? -kExponentCap : e);
+  *acc = a;
+  *big = bg;
 }
 
 // Digits into the integer accumulator (kept negative, so that the most
 // negative value fits) and into the number text.
 kaf_status scan_digits(kaf_ioctx &c, std::int64_t *acc, bool *big) {
   constexpr std::int64_t lim = std::numeric_limits<std::int64_t>::min() / 10;
+  digit_run(c, false, acc, big);
   while (is_digit(c.ch)) {
     const int d = static_cast<int>(c.ch - '0');
     if (!*big) {
@@ -215,7 +281,7 @@ kaf_status scan_digits(kaf_ioctx &c, std::int64_t *acc, bool *big) {
       else *acc = *acc * 10 - d;
     }
     add_digit(c, c.ch, false);
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   return 0;
 }
@@ -244,17 +310,17 @@ kaf_status scan_special(kaf_ioctx &c, bool in_complex, std::int32_t *error) {
       *error = E_REAL_CHAR;
       return 0;
     }
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   if (!inf && c.ch == '(' && !c.at_eor) {
     do {
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     } while (!c.at_eor && (is_digit(c.ch) || (upper(c.ch) >= 'A' && upper(c.ch) <= 'Z')));
     if (c.ch != ')' || c.at_eor) {
       *error = E_REAL_CHAR;
       return 0;
     }
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   if (!ends_value(c, c.ch) && !(in_complex && c.ch == ')')) {
     *error = E_REAL_CHAR;
@@ -269,11 +335,15 @@ kaf_status scan_special(kaf_ioctx &c, bool in_complex, std::int32_t *error) {
 // been scanned; saw_digit tells whether there were any.
 kaf_status scan_rest_of_real(kaf_ioctx &c, bool in_complex, bool saw_digit, std::int32_t *error) {
   if (c.ch == c.lio_decimal_char && !c.at_eor) {
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
+    if (is_digit(c.ch) && !c.at_eor) saw_digit = true;
+    std::int64_t unused_acc = 0;
+    bool unused_big = true;
+    digit_run(c, true, &unused_acc, &unused_big);
     while (is_digit(c.ch) && !c.at_eor) {
       saw_digit = true;
       add_digit(c, c.ch, true);
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     }
   }
   if (!saw_digit) {
@@ -283,11 +353,11 @@ kaf_status scan_rest_of_real(kaf_ioctx &c, bool in_complex, bool saw_digit, std:
   const std::uint32_t u = c.at_eor ? ' ' : upper(c.ch);
   if (u == 'E' || u == 'D' || u == '+' || u == '-') {
     if (u == 'E' || u == 'D')
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     bool negative = false;
     if ((c.ch == '+' || c.ch == '-') && !c.at_eor) {
       negative = c.ch == '-';
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     }
     if (!is_digit(c.ch) || c.at_eor) {
       *error = E_REAL;
@@ -296,7 +366,7 @@ kaf_status scan_rest_of_real(kaf_ioctx &c, bool in_complex, bool saw_digit, std:
     std::int64_t e = 0;
     while (is_digit(c.ch) && !c.at_eor) {
       if (e < kExponentCap) e = e * 10 + (c.ch - '0');
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     }
     std::int64_t total = static_cast<std::int64_t>(c.exp10) + (negative ? -e : e);
     if (total > 2 * kExponentCap) total = 2 * kExponentCap;
@@ -318,7 +388,7 @@ kaf_status scan_number(kaf_ioctx &c, bool in_complex, std::int32_t *error) {
   *error = 0;
   if ((c.ch == '+' || c.ch == '-') && !c.at_eor) {
     if (c.ch == '-') number_flags(c) |= NUM_NEGATIVE;
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   if (c.ch == c.lio_decimal_char && !c.at_eor) return scan_rest_of_real(c, in_complex, false, error);
   if (!c.at_eor && (upper(c.ch) == 'I' || upper(c.ch) == 'N')) return scan_special(c, in_complex, error);
@@ -342,7 +412,7 @@ kaf_status scan_integer(kaf_ioctx &c, std::int32_t *error) {
   *error = 0;
   if (c.ch == '+' || c.ch == '-') {
     if (c.ch == '-') number_flags(c) |= NUM_NEGATIVE;
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   if (!is_digit(c.ch) || c.at_eor) {
     *error = E_INTEGER;
@@ -362,7 +432,7 @@ kaf_status scan_integer(kaf_ioctx &c, std::int32_t *error) {
 kaf_status scan_logical(kaf_ioctx &c, std::int32_t *error) {
   *error = 0;
   if (c.ch == '.' && !c.at_eor)
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   const std::uint32_t u = c.at_eor ? ' ' : upper(c.ch);
   if (u != 'T' && u != 'F') {
     *error = E_LOGICAL;
@@ -371,7 +441,7 @@ kaf_status scan_logical(kaf_ioctx &c, std::int32_t *error) {
   c.int_value = u == 'T';
   // The rest of the word is ignored: .TRUE. and TUESDAY are both true.
   while (!ends_value(c, c.ch))
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   c.value_type = LIO_LOGICAL;
   return 0;
 }
@@ -392,22 +462,22 @@ kaf_status scan_complex_part(kaf_ioctx &c, bool single, double *part, std::int32
 kaf_status scan_complex(kaf_ioctx &c, bool single, std::int32_t *error) {
   *error = E_COMPLEX;
   if (c.ch != '(' || c.at_eor) return 0;
-  if (kaf_status s = get_nextchar(c)) return s;
+  if (kaf_status s = fetch(c)) return s;
   if (kaf_status s = skip_blanks(c)) return s;
-  double re, im;
+  double re = 0, im = 0;
   if (kaf_status s = scan_complex_part(c, single, &re, error)) return s;
   if (*error) return 0;
   *error = E_COMPLEX;
   if (kaf_status s = skip_blanks(c)) return s;
   if (c.ch != c.separator) return 0;
-  if (kaf_status s = get_nextchar(c)) return s;
+  if (kaf_status s = fetch(c)) return s;
   if (kaf_status s = skip_blanks(c)) return s;
   if (kaf_status s = scan_complex_part(c, single, &im, error)) return s;
   if (*error) return 0;
   *error = E_COMPLEX;
   if (kaf_status s = skip_blanks(c)) return s;
   if (c.ch != ')') return 0;
-  if (kaf_status s = get_nextchar(c)) return s;
+  if (kaf_status s = fetch(c)) return s;
   if (!ends_value(c, c.ch)) return 0;
   *error = 0;
   c.real_part = re;
@@ -438,10 +508,10 @@ kaf_status scan_character(kaf_ioctx &c, std::int32_t *error) {
   if ((c.ch == '\'' || c.ch == '"') && !c.at_eor) {
     const std::uint32_t delim = c.ch;
     for (;;) {
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
       if (c.at_eor) continue;  // the string goes on in the next record
       if (c.ch == delim) {
-        if (kaf_status s = get_nextchar(c)) return s;
+        if (kaf_status s = fetch(c)) return s;
         if (c.ch != delim || c.at_eor) break;
       }
       if (!keep_char(c, c.ch)) {
@@ -455,7 +525,7 @@ kaf_status scan_character(kaf_ioctx &c, std::int32_t *error) {
         *error = E_CHARACTER;
         return 0;
       }
-      if (kaf_status s = get_nextchar(c)) return s;
+      if (kaf_status s = fetch(c)) return s;
     }
   }
   c.value_type = LIO_CHARACTER;
@@ -469,7 +539,7 @@ kaf_status repeat_exists(kaf_ioctx &c, bool *repeat) {
   if (c.ch == '/') return 0;
   if (kaf_status s = skip_blanks(c)) return s;
   if (c.ch == c.separator) {
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
     if (kaf_status s = skip_blanks(c)) return s;
   }
   if (!is_digit(c.ch) || c.at_eor) return 0;
@@ -493,12 +563,12 @@ kaf_status get_repeat(kaf_ioctx &c) {
   while (is_digit(c.ch)) {
     r = r * 10 + (c.ch - '0');
     if (r > std::numeric_limits<std::int32_t>::max()) return fail(c, E_REPEAT_HUGE);
-    if (kaf_status s = get_nextchar(c)) return s;
+    if (kaf_status s = fetch(c)) return s;
   }
   if (c.ch != '*') return fail(c, E_INTEGER);
   if (r == 0) return fail(c, E_ZERO_REPEAT);
   c.repeat_left = static_cast<std::uint64_t>(r);
-  return get_nextchar(c);
+  return fetch(c);
 }
 
 enum class take { none, pending, scan };
@@ -680,6 +750,10 @@ kaf_status get_nextchar(kaf_ioctx &c) {
   }
   return decode_slow(c);
 }
+
+namespace {
+kaf_status fetch_slow(kaf_ioctx &c) { return get_nextchar(c); }
+}  // namespace
 
 void release_scan_buffers(kaf_ioctx &c) {
   free_digits(c);
