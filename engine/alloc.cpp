@@ -164,9 +164,12 @@ bool recall_site(uintptr_t a, uint32_t generation, const char *&file, int32_t &l
   release_site &e = sites[site_slot(a)];
   if (e.address.load(std::memory_order_acquire) != a) return false;
   const uint32_t g = e.generation.load(relaxed);
-  line = e.line.load(relaxed);
-  file = e.file.load(relaxed);
-  return e.address.load(std::memory_order_acquire) == a && g == generation && file;
+  const int32_t l = e.line.load(relaxed);
+  const char *f = e.file.load(relaxed);
+  if (e.address.load(std::memory_order_acquire) != a || g != generation || !f) return false;
+  file = f;
+  line = l;
+  return true;
 }
 
 // ---- Large blocks ----------------------------------------------------------
@@ -457,6 +460,7 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
   if (size > (size_t{1} << 46)) return nullptr;
   const size_t bytes = (size + page_size - 1) & ~(page_size - 1);
   void *p = nullptr;
+  bool fresh = false;  // a new mapping is zero already
   {
     lock_guard g;
     for (unsigned k = kept_count; k-- > 0;) {
@@ -467,7 +471,10 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
       set_colour(the_pages, p, bytes, colour);
       break;
     }
-    if (!p && !(p = getmem(the_pages, bytes, colour))) return nullptr;
+    if (!p) {
+      if (!(p = getmem(the_pages, bytes, colour))) return nullptr;
+      fresh = true;
+    }
     large_record *r = insert_large(reinterpret_cast<uintptr_t>(p));
     if (!r) {
       freemem(the_pages, p, bytes);
@@ -476,7 +483,7 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
     *r = large_record{reinterpret_cast<uintptr_t>(p), size, bytes, nullptr, 0, colour, state_live};
   }
   unpoison(p, size);
-  if (zero) std::memset(p, 0, size);
+  if (zero && !fresh) std::memset(p, 0, size);
   return p;
 }
 
