@@ -1,6 +1,6 @@
 // The storage allocator. Small blocks (up to 128 KiB) come from 1 MiB spans
 // of one size class owned by one thread; the record of every block (a live
-// bit, a freed-by-another-thread bit, a generation and the exact size) sits
+// bit, a freed-by-another-thread bit, a release count and the exact size) sits
 // in a side table beside the span, never in the user's memory. Large blocks
 // come straight from the page layer, coloured by kind, with a record each.
 // Every release is checked against those records before anything changes.
@@ -50,12 +50,27 @@ constexpr std::array<uint32_t, num_classes> make_class_sizes() {
 constexpr std::array<uint32_t, num_classes> class_size = make_class_sizes();
 static_assert(class_size[num_classes - 1] == small_max);
 
+// The class of each size up to 1 KiB in 16-byte steps, by table.
+constexpr unsigned direct_max = 1024;
+constexpr unsigned class_by_table(size_t size) {
+  unsigned c = 0;
+  while (class_size[c] < size) ++c;
+  return c;
+}
+constexpr std::array<uint8_t, direct_max / 16> make_direct() {
+  std::array<uint8_t, direct_max / 16> t{};
+  for (unsigned k = 0; k < direct_max / 16; ++k) t[k] = static_cast<uint8_t>(class_by_table(16 * (k + 1)));
+  return t;
+}
+constexpr std::array<uint8_t, direct_max / 16> direct_class = make_direct();
+
 // needs 0 < size <= small_max
 inline unsigned class_of(size_t size) {
-  if (size <= 128) return static_cast<unsigned>((size + 15) / 16 - 1);
+  if (size <= direct_max) return direct_class[(size - 1) >> 4];
   const unsigned k = 63 - static_cast<unsigned>(std::countl_zero(uint64_t(size - 1)));
   return 8 + (k - 7) * 4 + static_cast<unsigned>((size - 1 - (size_t{1} << k)) >> (k - 2));
 }
+static_assert(class_by_table(1025) == 20 && class_size[20] == 1280);
 
 // The address of every zero-byte block: never a block address (odd), and
 // recognised by every release.
@@ -64,27 +79,72 @@ constexpr uintptr_t zero_size_marker = 0xFFFFFFFFu;
 // ---- Spans ---------------------------------------------------------------
 constexpr unsigned span_shift = 20;  // 1 MiB, aligned to its size
 constexpr size_t span_bytes = size_t{1} << span_shift;
-constexpr unsigned chunk_spans = 16;  // spans mapped at a time
 
 struct heap;
 
 struct span {
-  uintptr_t base;       // block 0
+  uintptr_t base;       // block 0, the start of the span
   heap *owner;          // the heap whose thread allocates from the span
   uint32_t cls, block_size, nblocks, nwords;
-  uint64_t reciprocal;  // block index = (offset * reciprocal) >> 40
   uint32_t free_count;  // owner only: blocks not live
   uint32_t hint;        // owner only: no free block in a word below this
   span *next;           // owner's list of spans of the class
-  std::atomic<uint32_t> remote_count;  // releases by other threads not drained
-  std::atomic<uint64_t> *live;         // bit set: block handed out
-  std::atomic<uint64_t> *remote;       // bit set: released by another thread
-  std::atomic<uint32_t> *meta;         // generation << 16 | (block_size - size)
-  size_t record_bytes;
+  std::atomic<uint64_t> *live;    // bit set: block handed out
+  std::atomic<uint64_t> *remote;  // bit set: released by another thread
+  std::atomic<uint16_t> *slack;     // per block: block_size - size asked for
+  std::atomic<uint16_t> *released;  // per block: releases so far (wrapping, never 0 again)
+  // Written by other threads; kept off the owner's line.
+  alignas(64) std::atomic<uint32_t> remote_count;  // releases not yet drained
+  // The bitmaps and the per-block words follow the header (the pointers
+  // above point there); the hot paths find them from the class alone.
 };
+static_assert(sizeof(span) % 64 == 0);
 
+// Layout of a span of each class, so that the hot paths need no load from
+// the span header to find a block.
+constexpr std::array<uint32_t, num_classes> make_blocks() {
+  std::array<uint32_t, num_classes> t{};
+  for (unsigned c = 0; c < num_classes; ++c) t[c] = static_cast<uint32_t>(span_bytes / class_size[c]);
+  return t;
+}
+constexpr std::array<uint32_t, num_classes> class_blocks = make_blocks();
+constexpr std::array<uint32_t, num_classes> make_words() {
+  std::array<uint32_t, num_classes> t{};
+  for (unsigned c = 0; c < num_classes; ++c) t[c] = (class_blocks[c] + 63) / 64;
+  return t;
+}
+constexpr std::array<uint32_t, num_classes> class_words = make_words();
+// Block index = (offset * reciprocal) >> 40, exact for offsets below 2^20
+// and block sizes below 2^20: the error of the rounded-up reciprocal stays
+// under 2^-20, less than 1/block size.
+constexpr std::array<uint64_t, num_classes> make_reciprocals() {
+  std::array<uint64_t, num_classes> t{};
+  for (unsigned c = 0; c < num_classes; ++c)
+    t[c] = ((uint64_t{1} << 40) + class_size[c] - 1) / class_size[c];
+  return t;
+}
+constexpr std::array<uint64_t, num_classes> class_reciprocal = make_reciprocals();
+
+inline std::atomic<uint64_t> *live_of(span *s) {
+  return reinterpret_cast<std::atomic<uint64_t> *>(s + 1);
+}
+inline std::atomic<uint64_t> *remote_of(span *s, unsigned cls) {
+  return live_of(s) + class_words[cls];
+}
+inline std::atomic<uint16_t> *slack_of(span *s, unsigned cls) {
+  return reinterpret_cast<std::atomic<uint16_t> *>(remote_of(s, cls) + class_words[cls]);
+}
+inline std::atomic<uint16_t> *released_of(span *s, unsigned cls) {
+  return slack_of(s, cls) + class_blocks[cls];
+}
+
+// A thread's heap. The free count and search hint of each class's current
+// span live here rather than in the span, one load nearer the allocating
+// thread; the span's own fields hold them while it is not current.
 struct heap {
   span *current[num_classes];
+  uint32_t hint[num_classes];
+  uint32_t free[num_classes];
   span *spans[num_classes];
   heap *next_abandoned;
 };
@@ -99,20 +159,28 @@ struct lock_guard {
 
 __thread heap *my_heap __attribute__((tls_model("initial-exec")));
 
-// Span of an address: address bits 30..46 choose a leaf of 1,024 entries,
-// bits 20..29 the span. Written under the lock, read without it.
-constexpr unsigned radix_top_bits = 17;
-std::atomic<std::atomic<span *> *> radix[size_t{1} << radix_top_bits];
+// Spans are carved, in order, from one reservation of address space, and
+// their records from a second one at a fixed stride, so the record of an
+// address is arithmetic once its span number is below the count handed out
+// (published with release after the record is ready).
+constexpr size_t arena_bytes = size_t{256} << 30;
+constexpr size_t arena_spans = arena_bytes >> span_shift;
+constexpr size_t record_stride = size_t{512} << 10;  // the largest record, rounded up
+std::atomic<uintptr_t> arena_base;
+std::atomic<uintptr_t> record_base;
+std::atomic<size_t> arena_used;
 
-inline span *span_of(uintptr_t a) {
-  if (a >> 47) return nullptr;
-  std::atomic<span *> *leaf = radix[a >> 30].load(std::memory_order_acquire);
-  if (!leaf) return nullptr;
-  return leaf[(a >> span_shift) & 1023].load(std::memory_order_acquire);
+inline span *span_at(uintptr_t record_base_value, size_t index) {
+  return reinterpret_cast<span *>(record_base_value + index * record_stride);
 }
 
-uintptr_t spare_spans[chunk_spans];
-unsigned spare_count;
+inline span *span_of(uintptr_t a) {
+  const uintptr_t off = a - arena_base.load(relaxed);
+  if (off >= arena_bytes || (off >> span_shift) >= arena_used.load(std::memory_order_acquire))
+    return nullptr;
+  return span_at(record_base.load(relaxed), off >> span_shift);
+}
+
 heap *abandoned_heaps;
 pthread_key_t heap_key;
 bool heap_key_made;
@@ -135,7 +203,7 @@ inline void unpoison(void *p, size_t n) {
 
 // ---- Where a block was released -----------------------------------------
 // The l-forms remember the file and line of each release of a small block
-// (keyed by address and generation) so that a second release can name the
+// (keyed by address and release count) so that a second release can name the
 // first. A hashed table overwritten freely: a lost entry only shortens the
 // message.
 struct release_site {
@@ -301,10 +369,12 @@ inline uint64_t last_byte(uintptr_t a, size_t n) { return a + (n ? n - 1 : 0); }
 
 // ---- Small blocks ------------------------------------------------------------
 inline uint32_t index_in(const span *s, uintptr_t a) {
-  return static_cast<uint32_t>(((a - s->base) * s->reciprocal) >> 40);
+  return static_cast<uint32_t>(((a - s->base) * class_reciprocal[s->cls]) >> 40);
 }
-inline uint32_t generation_of(uint32_t meta) { return meta >> 16; }
-inline uint32_t size_of(const span *s, uint32_t meta) { return s->block_size - (meta & 0xFFFF); }
+inline uint32_t size_of(const span *s, uint32_t i) { return s->block_size - s->slack[i].load(relaxed); }
+// The count of releases after one more: 1 to 65535, so that 0 keeps
+// meaning "never released".
+inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xFFFF ? 1 : n + 1); }
 
 // What is wrong with releasing size bytes at a in span s (the fast path
 // found something).
@@ -314,70 +384,64 @@ inline uint32_t size_of(const span *s, uint32_t meta) { return s->block_size - (
   const uint32_t i = index_in(s, a);
   if (i >= s->nblocks) return f;
   const uint64_t bit = uint64_t{1} << (i & 63);
-  const uint32_t meta = s->meta[i].load(relaxed);
+  const uint16_t released = s->released[i].load(relaxed);
   const bool live = (s->live[i >> 6].load(relaxed) & bit) && !(s->remote[i >> 6].load(relaxed) & bit);
   const uintptr_t block = s->base + uintptr_t{i} * s->block_size;
   if (off != uintptr_t{i} * s->block_size) {
-    if (live) f = fault_info{fault::interior, a, size, block, size_of(s, meta)};
+    if (live) f = fault_info{fault::interior, a, size, block, size_of(s, i)};
     return f;
   }
   if (!live) {
-    if (generation_of(meta)) {
+    if (released) {
       f.kind = fault::released;
-      recall_site(a, generation_of(meta), f.site_file, f.site_line);
+      recall_site(a, released, f.site_file, f.site_line);
     }
     return f;
   }
-  return fault_info{fault::wrong_size, a, size, block, size_of(s, meta)};
+  return fault_info{fault::wrong_size, a, size, block, size_of(s, i)};
 }
 
-// needs 0 < size <= small_max and h
+// needs h; null when no span can be had (the request then goes to the
+// large blocks)
 span *new_span(heap *h, unsigned cls) {
   lock_guard g;
-  if (!spare_count) {
-    const size_t map_bytes = (chunk_spans + 1) * span_bytes;
-    auto p = reinterpret_cast<uintptr_t>(getmem(the_pages, map_bytes, colour_span));
-    if (!p) return nullptr;
-    const uintptr_t aligned = (p + span_bytes - 1) & ~(span_bytes - 1);
-    if (aligned > p) freemem(the_pages, reinterpret_cast<void *>(p), aligned - p);
-    const uintptr_t end = aligned + chunk_spans * span_bytes;
-    if (p + map_bytes > end) freemem(the_pages, reinterpret_cast<void *>(end), p + map_bytes - end);
-    for (unsigned i = chunk_spans; i-- > 0;) spare_spans[spare_count++] = aligned + i * span_bytes;
+  if (!arena_base.load(relaxed)) {
+    auto p = reinterpret_cast<uintptr_t>(reserve(arena_bytes + span_bytes));
+    auto r = reinterpret_cast<uintptr_t>(reserve(arena_spans * record_stride));
+    if (!p || !r) return nullptr;
+    record_base.store(r, relaxed);
+    arena_base.store((p + span_bytes - 1) & ~(span_bytes - 1), relaxed);
   }
-  const uintptr_t base = spare_spans[spare_count - 1];
-  std::atomic<span *> *leaf = radix[base >> 30].load(relaxed);
-  if (!leaf) {
-    leaf = static_cast<std::atomic<span *> *>(
-        getmem(the_pages, 1024 * sizeof(std::atomic<span *>), colour_bookkeeping));
-    if (!leaf) return nullptr;
-    radix[base >> 30].store(leaf, std::memory_order_release);
-  }
-  const uint32_t bs = class_size[cls];
-  const uint32_t nblocks = static_cast<uint32_t>(span_bytes / bs);
-  const uint32_t nwords = (nblocks + 63) / 64;
-  const size_t record_bytes = sizeof(span) + 2 * nwords * sizeof(uint64_t) + nblocks * sizeof(uint32_t);
-  auto *rec = static_cast<unsigned char *>(getmem(the_pages, record_bytes, colour_bookkeeping));
-  if (!rec) return nullptr;
-  --spare_count;
-  auto *s = new (rec) span{};
+  const size_t index = arena_used.load(relaxed);
+  if (index == arena_spans) return nullptr;
+  const uintptr_t base = arena_base.load(relaxed) + index * span_bytes;
+  const uint32_t nblocks = class_blocks[cls];
+  const uint32_t nwords = class_words[cls];
+  const size_t record_bytes =
+      sizeof(span) + 2 * nwords * sizeof(uint64_t) + 2 * nblocks * sizeof(uint16_t);
+  static_assert(sizeof(span) + 2 * 1024 * 8 + 65536 * 4 <= record_stride);
+  span *s = span_at(record_base.load(relaxed), index);
+  if (!commit(the_pages, s, (record_bytes + page_size - 1) & ~(page_size - 1), colour_bookkeeping) ||
+      !commit(the_pages, reinterpret_cast<void *>(base), span_bytes, colour_span))
+    return nullptr;
+  new (s) span{};
   s->base = base;
   s->owner = h;
   s->cls = cls;
-  s->block_size = bs;
+  s->block_size = class_size[cls];
   s->nblocks = nblocks;
   s->nwords = nwords;
-  s->reciprocal = ((uint64_t{1} << 40) + bs - 1) / bs;
   s->free_count = nblocks;
-  s->live = reinterpret_cast<std::atomic<uint64_t> *>(rec + sizeof(span));
-  s->remote = s->live + nwords;
-  s->meta = reinterpret_cast<std::atomic<uint32_t> *>(s->remote + nwords);
-  s->record_bytes = record_bytes;
+  s->live = live_of(s);
+  s->remote = remote_of(s, cls);
+  s->slack = slack_of(s, cls);
+  s->released = released_of(s, cls);
   // Bits past the last block read as live forever, so never handed out.
   if (nblocks % 64) s->live[nwords - 1].store(~uint64_t{0} << (nblocks % 64), relaxed);
   poison(base, span_bytes);
   s->next = h->spans[cls];
   h->spans[cls] = s;
-  leaf[(base >> span_shift) & 1023].store(s, std::memory_order_release);
+  arena_used.store(index + 1, std::memory_order_release);
   return s;
 }
 
@@ -418,38 +482,51 @@ heap *adopt_heap() {
   return h;
 }
 
+// The current span of the class is full: take in what other threads
+// released, else move to another span of the heap with room, else a new one.
 [[gnu::noinline]] span *refill(unsigned cls) {
   heap *h = my_heap ? my_heap : adopt_heap();
   if (!h) return nullptr;
   span *s = h->current[cls];
-  if (s && s->remote_count.load(relaxed)) drain(s);
-  if (s && s->free_count) return s;
-  for (span *t = h->spans[cls]; t; t = t->next) {
-    if (t->remote_count.load(relaxed)) drain(t);
-    if (t->free_count) return h->current[cls] = t;
+  if (s) {
+    s->free_count = h->free[cls];
+    s->hint = h->hint[cls];
+    if (s->remote_count.load(relaxed)) drain(s);
   }
-  if (!(s = new_span(h, cls))) return nullptr;
-  return h->current[cls] = s;
+  if (!s || !s->free_count) {
+    for (s = h->spans[cls]; s; s = s->next) {
+      if (s->remote_count.load(relaxed)) drain(s);
+      if (s->free_count) break;
+    }
+    if (!s && !(s = new_span(h, cls))) return nullptr;
+  }
+  h->current[cls] = s;
+  h->free[cls] = s->free_count;
+  h->hint[cls] = s->hint;
+  return s;
 }
 
-inline void *take_small(size_t size, bool zero) {
+void *take_large(size_t size, unsigned char colour, bool zero);
+
+inline void *take_small(size_t size, unsigned char colour, bool zero) {
   const unsigned cls = class_of(size);
   heap *h = my_heap;
   span *s = h ? h->current[cls] : nullptr;
-  if (__builtin_expect(!s || s->free_count == 0, 0))
-    if (!(s = refill(cls))) return nullptr;
-  uint32_t w = s->hint;
+  if (__builtin_expect(!s || h->free[cls] == 0, 0)) {
+    if (!(s = refill(cls))) return take_large(size, colour, zero);
+    h = my_heap;
+  }
+  std::atomic<uint64_t> *live = live_of(s);
+  uint32_t w = h->hint[cls];
   uint64_t bits;
-  while ((bits = s->live[w].load(relaxed)) == ~uint64_t{0}) ++w;
+  while ((bits = live[w].load(relaxed)) == ~uint64_t{0}) ++w;
   const unsigned b = static_cast<unsigned>(std::countr_one(bits));
-  s->live[w].store(bits | (uint64_t{1} << b), relaxed);
-  s->hint = w;
-  --s->free_count;
+  live[w].store(bits | (uint64_t{1} << b), relaxed);
+  h->hint[cls] = w;
+  --h->free[cls];
   const uint32_t i = w * 64 + b;
-  const uint32_t g = generation_of(s->meta[i].load(relaxed));
-  s->meta[i].store((g == 0xFFFF ? 1 : g + 1) << 16 | (s->block_size - static_cast<uint32_t>(size)),
-                   relaxed);
-  void *p = reinterpret_cast<void *>(s->base + uintptr_t{i} * s->block_size);
+  slack_of(s, cls)[i].store(static_cast<uint16_t>(class_size[cls] - size), relaxed);
+  void *p = reinterpret_cast<void *>(s->base + uintptr_t{i} * class_size[cls]);
   unpoison(p, size);
   if (zero) std::memset(p, 0, size);
   return p;
@@ -559,44 +636,74 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
 }
 
 // ---- Release -------------------------------------------------------------------
+[[gnu::cold, gnu::noinline]] void release_fault(const span *s, uintptr_t a, size_t size,
+                                                const char *file, int32_t line, bool lform) {
+  if (!s) {
+    // Before the first span, every address lands here.
+    if (a == zero_size_marker || a == 0) return;
+    return release_large(a, size, file, line, lform);
+  }
+  report(classify_small(s, a, size), file, line, lform);
+}
+
+// The fast path trusts nothing it is given: the class comes from the size,
+// and the span, the block's place in it, its live bit and its recorded size
+// must all agree before anything changes; any disagreement goes to the slow
+// path, which finds out what is wrong.
 inline void release(void *address, size_t size, const char *file, int32_t line, bool lform) {
   const auto a = reinterpret_cast<uintptr_t>(address);
-  if (a == zero_size_marker || a == 0) return;
-  span *s = span_of(a);
-  if (__builtin_expect(!s, 0)) return release_large(a, size, file, line, lform);
-  const uint32_t i = index_in(s, a);
+  const uintptr_t off = a - arena_base.load(relaxed);
+  if (__builtin_expect(off >= arena_bytes, 0)) {
+    if (a == zero_size_marker || a == 0) return;
+    return release_large(a, size, file, line, lform);
+  }
+  const uintptr_t index = off >> span_shift;
+  span *s = index < arena_used.load(std::memory_order_acquire)
+                ? span_at(record_base.load(relaxed), index)
+                : nullptr;
+  if (__builtin_expect(!s || size - 1 >= small_max, 0))
+    return release_fault(s, a, size, file, line, lform);
+  const unsigned cls = class_of(size);
+  const auto in = static_cast<uint32_t>(off & (span_bytes - 1));
+  const auto i = static_cast<uint32_t>((in * class_reciprocal[cls]) >> 40);
+  // Only a block start of this span's own class may index its record.
+  if (__builtin_expect(s->cls != cls || i * class_size[cls] != in || i >= class_blocks[cls], 0))
+    return release_fault(s, a, size, file, line, lform);
   const uint32_t w = i >> 6;
   const uint64_t bit = uint64_t{1} << (i & 63);
-  bool ok = i < s->nblocks && a == s->base + uintptr_t{i} * s->block_size;
-  uint64_t bits = 0;
-  uint32_t meta = 0;
-  if (ok) {
-    bits = s->live[w].load(relaxed);
-    meta = s->meta[i].load(relaxed);
-    ok = (bits & bit) && size_of(s, meta) == size;
-  }
-  if (ok && s->owner == my_heap) {
-    if (__builtin_expect(s->remote[w].load(relaxed) & bit, 0)) {
+  std::atomic<uint64_t> &live = live_of(s)[w];
+  std::atomic<uint64_t> &remote = remote_of(s, cls)[w];
+  const uint16_t slack = slack_of(s, cls)[i].load(relaxed);
+  const uint64_t bits = live.load(relaxed);
+  bool ok = (bits & bit) && class_size[cls] - slack == size;
+  heap *h = my_heap;
+  if (ok && s->owner == h) {
+    if (__builtin_expect(remote.load(relaxed) & bit, 0)) {
       ok = false;
     } else {
-      s->live[w].store(bits & ~bit, relaxed);
-      ++s->free_count;
-      if (w < s->hint) s->hint = w;
+      live.store(bits & ~bit, relaxed);
+      uint32_t &free = s == h->current[cls] ? h->free[cls] : s->free_count;
+      uint32_t &hint = s == h->current[cls] ? h->hint[cls] : s->hint;
+      ++free;
+      if (w < hint) hint = w;
     }
   } else if (ok) {
-    if (s->remote[w].fetch_or(bit, std::memory_order_acq_rel) & bit)
+    if (remote.fetch_or(bit, std::memory_order_acq_rel) & bit)
       ok = false;
     else
       s->remote_count.fetch_add(1, relaxed);
   }
-  if (__builtin_expect(!ok, 0)) return report(classify_small(s, a, size), file, line, lform);
-  poison(a, s->block_size);
-  if (file) remember_site(a, generation_of(meta), file, line);
+  if (__builtin_expect(!ok, 0)) return release_fault(s, a, size, file, line, lform);
+  poison(a, class_size[cls]);
+  std::atomic<uint16_t> &released = released_of(s, cls)[i];
+  const uint16_t n = next_release(released.load(relaxed));
+  released.store(n, relaxed);
+  if (file) remember_site(a, n, file, line);
 }
 
 inline void *take(size_t size, unsigned char colour, bool zero) {
   if (size == 0) return reinterpret_cast<void *>(zero_size_marker);
-  if (size <= small_max) return take_small(size, zero);
+  if (size <= small_max) return take_small(size, colour, zero);
   return take_large(size, colour, zero);
 }
 
@@ -678,9 +785,7 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
   if (span *s = span_of(a); s && new_size <= small_max && class_of(new_size) == s->cls) {
     // Same class: only the recorded size changes.
     const uint32_t i = index_in(s, a);
-    const uint32_t meta = s->meta[i].load(relaxed);
-    s->meta[i].store((meta & 0xFFFF0000u) | (s->block_size - static_cast<uint32_t>(new_size)),
-                     relaxed);
+    s->slack[i].store(static_cast<uint16_t>(s->block_size - new_size), relaxed);
     unpoison(address, new_size);
     return address;
   }

@@ -158,6 +158,18 @@ void *getmem(page_map &map, size_t size, int colour) {
   return p;
 }
 
+void *reserve(size_t size) {
+  void *p = mmap64(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return p == MAP_FAILED ? nullptr : p;
+}
+
+bool commit(page_map &map, void *address, size_t size, int colour) {
+  void *p = mmap64(address, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED,
+                   -1, 0);
+  if (p != address) return false;
+  return colour == colour_bookkeeping || set_colour(map, address, size, colour) != 0;
+}
+
 void freemem(page_map &map, void *address, size_t size) {
   if (munmap(address, size) != 0) __KAFf90_crash("Impossible failure from freemem");
   set_colour(map, address, size, colour_returned);
