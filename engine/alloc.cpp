@@ -17,17 +17,6 @@
 #include "kafrts/memory.h"
 #include "kafrts/runtime.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KAF_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KAF_ASAN 1
-#endif
-#endif
-#ifdef KAF_ASAN
-#include <sanitizer/asan_interface.h>
-#endif
-
 namespace kaf::alloc {
 namespace {
 

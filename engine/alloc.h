@@ -7,6 +7,18 @@
 #include <cstddef>
 #include <cstdint>
 
+// Sanitizer builds poison released blocks, so that nothing may touch them.
+#if defined(__SANITIZE_ADDRESS__)
+#define KAF_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KAF_ASAN 1
+#endif
+#endif
+#ifdef KAF_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace kaf::pages {
 
 constexpr unsigned page_shift = 12;

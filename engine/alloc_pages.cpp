@@ -171,6 +171,10 @@ bool commit(page_map &map, void *address, size_t size, int colour) {
 }
 
 void freemem(page_map &map, void *address, size_t size) {
+#ifdef KAF_ASAN
+  // The pages may come back from the system for something else.
+  ASAN_UNPOISON_MEMORY_REGION(address, size);
+#endif
   if (munmap(address, size) != 0) __KAFf90_crash("Impossible failure from freemem");
   set_colour(map, address, size, colour_returned);
 }
