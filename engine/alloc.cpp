@@ -455,10 +455,16 @@ void abandon_heap(void *h) {
 
 // The calling thread's heap: an abandoned one (its spans and their live
 // blocks come along) or a new one.
+// A child of fork must not inherit the lock held by a thread that does not
+// exist in it.
+void lock_before_fork() { pthread_mutex_lock(&big_lock); }
+void unlock_after_fork() { pthread_mutex_unlock(&big_lock); }
+
 heap *adopt_heap() {
   lock_guard g;
   if (!heap_key_made) {
     if (pthread_key_create(&heap_key, abandon_heap) != 0) return nullptr;
+    pthread_atfork(lock_before_fork, unlock_after_fork, unlock_after_fork);
     heap_key_made = true;
   }
   heap *h = abandoned_heaps;
@@ -776,6 +782,7 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
     const uint32_t i = index_in(s, a);
     s->slack[i].store(static_cast<uint16_t>(s->block_size - new_size), relaxed);
     unpoison(address, new_size);
+    if (new_size < old_size) poison(a + new_size, old_size - new_size);
     return address;
   }
   void *p = take(new_size, span_of(a) ? static_cast<unsigned char>(colour_temporary) : colour_of_block(a), false);
