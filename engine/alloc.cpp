@@ -641,6 +641,13 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
   report(classify_small(s, a, size), file, line, lform);
 }
 
+inline void note_release(std::atomic<uint16_t> &released, uint16_t n, uintptr_t a, size_t bytes,
+                         const char *file, int32_t line) {
+  released.store(n, relaxed);
+  if (file) remember_site(a, n, file, line);
+  poison(a, bytes);
+}
+
 // The fast path trusts nothing it is given: the class comes from the size,
 // and the span, the block's place in it, its live bit and its recorded size
 // must all agree before anything changes; any disagreement goes to the slow
@@ -671,28 +678,32 @@ inline void release(void *address, size_t size, const char *file, int32_t line, 
   const uint16_t slack = slack_of(s, cls)[i].load(relaxed);
   const uint64_t bits = live.load(relaxed);
   bool ok = (bits & bit) && class_size[cls] - slack == size;
-  heap *h = my_heap;
-  if (ok && s->owner == h) {
-    if (__builtin_expect(remote.load(relaxed) & bit, 0)) {
-      ok = false;
-    } else {
-      live.store(bits & ~bit, relaxed);
-      uint32_t &free = s == h->current[cls] ? h->free[cls] : s->free_count;
-      uint32_t &hint = s == h->current[cls] ? h->hint[cls] : s->hint;
-      ++free;
-      if (w < hint) hint = w;
-    }
-  } else if (ok) {
-    if (remote.fetch_or(bit, std::memory_order_acq_rel) & bit)
-      ok = false;
-    else
-      s->remote_count.fetch_add(1, relaxed);
-  }
   if (__builtin_expect(!ok, 0)) return release_fault(s, a, size, file, line, lform);
-  poison(a, class_size[cls]);
+  // Bookkeeping of the release comes before the block changes hands: once
+  // its bit changes, the block may be handed out again at once.
   std::atomic<uint16_t> &released = released_of(s, cls)[i];
-  const uint16_t n = next_release(released.load(relaxed));
-  released.store(n, relaxed);
+  const uint16_t before = released.load(relaxed);
+  heap *h = my_heap;
+  if (s->owner == h) {
+    if (__builtin_expect(remote.load(relaxed) & bit, 0))
+      return release_fault(s, a, size, file, line, lform);
+    note_release(released, next_release(before), a, class_size[cls], file, line);
+    live.store(bits & ~bit, relaxed);
+    uint32_t &free = s == h->current[cls] ? h->free[cls] : s->free_count;
+    uint32_t &hint = s == h->current[cls] ? h->hint[cls] : s->hint;
+    ++free;
+    if (w < hint) hint = w;
+    return;
+  }
+  // Another thread's span: the site is noted only once the release is known
+  // to be the first, so that a second one cannot overwrite it.
+  const uint16_t n = next_release(before);
+  note_release(released, n, a, class_size[cls], nullptr, 0);
+  if (remote.fetch_or(bit, std::memory_order_acq_rel) & bit) {
+    released.store(before, relaxed);  // it was released already: undo
+    return release_fault(s, a, size, file, line, lform);
+  }
+  s->remote_count.fetch_add(1, relaxed);
   if (file) remember_site(a, n, file, line);
 }
 

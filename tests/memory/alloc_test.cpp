@@ -215,6 +215,18 @@ TEST(AllocatorFaults, DoubleReleaseAcrossThreads) {
                              "line 7 of a.f90"));
 }
 
+// Released twice, both times by threads other than the one that took it.
+TEST(AllocatorFaults, DoubleReleaseByTwoOtherThreads) {
+  auto r = in_child([] {
+    void *p = __KAFf90_pAlloc(200);
+    std::thread([&] { __KAFf90_lpDeAlloc("c.f90", 30, p, 200); }).join();
+    std::thread([&] { __KAFf90_lpDeAlloc("c.f90", 31, p, 200); }).join();
+  });
+  expect_fatal(r, fatal_text("c.f90, line 31: ",
+                             "Invalid deallocation of size 200: block was already deallocated at "
+                             "line 30 of c.f90"));
+}
+
 // ---- Faulty releases ------------------------------------------------------
 
 TEST(AllocatorFaults, DoubleDeallocateNamesTheFirstRelease) {
