@@ -170,7 +170,8 @@ TEST(Allocator, ThreadsAllocateAndReleaseEachOthersBlocks) {
   auto work = [&](int t) {
     std::mt19937 rng(t);
     for (int i = 0; i < per_thread; ++i) {
-      const size_t n = 8 + rng() % 2000;
+      // Mostly small blocks, now and then a large one.
+      const size_t n = i % 64 == 0 ? 150000 + rng() % 200000 : 8 + rng() % 2000;
       auto *p = static_cast<unsigned char *>(__KAFf90_pAlloc(n));
       std::memset(p, t + 1, n);
       // Leave it for another thread, and release what another thread left.

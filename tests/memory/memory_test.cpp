@@ -99,6 +99,20 @@ TEST(Allocate, StatOneAndTheProgramGoesOn) {
   EXPECT_EQ(r.out, "1 1 1 1");
 }
 
+TEST(Allocate, RefusedMappingIsAShortageToo) {
+  // Within the address space, but more than the system will map.
+  const size_t huge = size_t{1} << 45;
+  auto r = in_child([huge] {
+    int32_t stat = 0;
+    void *a = __KAFf90_line_Allocate_zs("m.f90", 1, huge, &stat);
+    std::printf("%d %d", stat, a == nullptr);
+  });
+  expect_clean(r);
+  EXPECT_EQ(r.out, "1 1");
+  expect_fatal(in_child([huge] { __KAFf90_Allocate_s(huge, nullptr); }),
+               fatal_text("", "ALLOCATE failed: Out of memory"));
+}
+
 TEST(Allocate, StatZeroOnSuccess) {
   int32_t stat = 0;
   void *a = __KAFf90_Allocate_s(40, &stat);
