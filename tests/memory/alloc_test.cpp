@@ -165,32 +165,34 @@ TEST(Allocator, ReAllocOfAReleasedBlockIsReported) {
 
 TEST(Allocator, ThreadsAllocateAndReleaseEachOthersBlocks) {
   constexpr int threads = 4, per_thread = 20000;
+  // Each block holds its size in its first word and its owner's mark after.
   std::vector<std::atomic<uintptr_t>> mailbox(threads * 64);
   std::atomic<int> bad{0};
+  auto release = [&](uintptr_t got) {
+    auto *q = reinterpret_cast<unsigned char *>(got);
+    size_t m;
+    std::memcpy(&m, q, sizeof m);
+    if (std::count(q + 8, q + m, q[8]) != static_cast<long>(m - 8)) ++bad;
+    __KAFf90_pDeAlloc(q, m);
+  };
   auto work = [&](int t) {
     std::mt19937 rng(t);
     for (int i = 0; i < per_thread; ++i) {
       // Mostly small blocks, now and then a large one.
-      const size_t n = i % 64 == 0 ? 150000 + rng() % 200000 : 8 + rng() % 2000;
+      const size_t n = i % 64 == 0 ? 150000 + rng() % 200000 : 16 + rng() % 2000;
       auto *p = static_cast<unsigned char *>(__KAFf90_pAlloc(n));
-      std::memset(p, t + 1, n);
+      std::memcpy(p, &n, sizeof n);
+      std::memset(p + 8, t + 1, n - 8);
       // Leave it for another thread, and release what another thread left.
       const size_t slot = rng() % mailbox.size();
-      uintptr_t got = mailbox[slot].exchange(reinterpret_cast<uintptr_t>(p) | (n << 48));
-      if (got) {
-        auto *q = reinterpret_cast<unsigned char *>(got & ((uintptr_t{1} << 48) - 1));
-        const size_t m = got >> 48;
-        if (std::count(q, q + m, q[0]) != static_cast<long>(m)) ++bad;
-        __KAFf90_pDeAlloc(q, m);
-      }
+      if (uintptr_t got = mailbox[slot].exchange(reinterpret_cast<uintptr_t>(p))) release(got);
     }
   };
   std::vector<std::thread> pool;
   for (int t = 0; t < threads; ++t) pool.emplace_back(work, t);
   for (auto &th : pool) th.join();
   for (auto &m : mailbox)
-    if (uintptr_t got = m.load())
-      __KAFf90_pDeAlloc(reinterpret_cast<void *>(got & ((uintptr_t{1} << 48) - 1)), got >> 48);
+    if (uintptr_t got = m.load()) release(got);
   EXPECT_EQ(bad.load(), 0);
   // Blocks of threads that have ended are still released and reused.
   void *p = nullptr;

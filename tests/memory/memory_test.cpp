@@ -17,6 +17,8 @@ using namespace kafmem;
 
 // More than any machine can map.
 constexpr size_t too_much = size_t{1} << 60;
+// Within the address space, but more than the system will map.
+constexpr size_t huge = size_t{1} << 45;
 
 // ---- Storage and ALLOCATE ---------------------------------------------------
 
@@ -100,16 +102,14 @@ TEST(Allocate, StatOneAndTheProgramGoesOn) {
 }
 
 TEST(Allocate, RefusedMappingIsAShortageToo) {
-  // Within the address space, but more than the system will map.
-  const size_t huge = size_t{1} << 45;
-  auto r = in_child([huge] {
+  auto r = in_child([] {
     int32_t stat = 0;
     void *a = __KAFf90_line_Allocate_zs("m.f90", 1, huge, &stat);
     std::printf("%d %d", stat, a == nullptr);
   });
   expect_clean(r);
   EXPECT_EQ(r.out, "1 1");
-  expect_fatal(in_child([huge] { __KAFf90_Allocate_s(huge, nullptr); }),
+  expect_fatal(in_child([] { __KAFf90_Allocate_s(huge, nullptr); }),
                fatal_text("", "ALLOCATE failed: Out of memory"));
 }
 
