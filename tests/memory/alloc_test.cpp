@@ -400,6 +400,42 @@ TEST(AllocatorFaults, BlockReusedAfterReleaseIsLiveAgain) {
   expect_fatal(r, fatal_text("", "Invalid deallocation of size 16: block was already deallocated"));
 }
 
+TEST(Allocator, PageColoursNameWhatABlockIs) {
+  const size_t big = 1 << 20, huge = size_t{80} << 20;
+  struct row {
+    void *(*take)(size_t);
+    int colour;
+  };
+  for (const row &w : {row{__KAFf90_oAlloc, 1}, row{__KAFf90_zoAlloc, 1}, row{__KAFf90_pAlloc, 2},
+                       row{__KAFf90_zpAlloc, 2}, row{__KAFf90_aAlloc, 3}, row{__KAFf90_zaAlloc, 3}}) {
+    void *p = w.take(big);
+    EXPECT_EQ(__KAFf90_pagecolour(p, big), w.colour);
+    __KAFf90_pDeAlloc(p, big);
+    // Released and kept for reuse: its own colour until handed out again.
+    EXPECT_EQ(__KAFf90_pagecolour(p, big), 8);
+  }
+  // Too big to keep: returned to the system.
+  void *h = __KAFf90_aAlloc(huge);
+  EXPECT_EQ(__KAFf90_pagecolour(h, huge), 3);
+  __KAFf90_pDeAlloc(h, huge);
+  EXPECT_EQ(__KAFf90_pagecolour(h, huge), 4);
+  // Small blocks live in spans.
+  void *s = __KAFf90_pAlloc(100);
+  EXPECT_EQ(__KAFf90_pagecolour(s, 100), 6);
+  __KAFf90_pDeAlloc(s, 100);
+}
+
+TEST(AllocatorFaults, DeleteAvlpatForgetsWhereBlocksWereReleased) {
+  auto r = in_child([] {
+    void *p = __KAFf90_pAlloc(72);
+    __KAFf90_lpDeAlloc("e.f90", 1, p, 72);
+    __KAFf90_delete_avlpat();
+    __KAFf90_lpDeAlloc("e.f90", 2, p, 72);
+  });
+  expect_fatal(r, fatal_text("e.f90, line 2: ",
+                             "Invalid deallocation of size 72: block was already deallocated"));
+}
+
 TEST(Allocator, DeleteAvlpatKeepsLiveBlocks) {
   void *p = __KAFf90_aAlloc(100);
   void *big = __KAFf90_aAlloc(5 << 20);
