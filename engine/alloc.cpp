@@ -158,6 +158,7 @@ constexpr size_t record_stride = size_t{512} << 10;  // the largest record, roun
 std::atomic<uintptr_t> arena_base;
 std::atomic<uintptr_t> record_base;
 std::atomic<size_t> arena_used;
+size_t arena_limit;  // spans reserved (at most arena_spans)
 
 inline span *span_at(uintptr_t record_base_value, size_t index) {
   return reinterpret_cast<span *>(record_base_value + index * record_stride);
@@ -395,14 +396,24 @@ inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xF
 span *new_span(heap *h, unsigned cls) {
   lock_guard g;
   if (!arena_base.load(relaxed)) {
-    auto p = reinterpret_cast<uintptr_t>(reserve(arena_bytes + span_bytes));
-    auto r = reinterpret_cast<uintptr_t>(reserve(arena_spans * record_stride));
-    if (!p || !r) return nullptr;
-    record_base.store(r, relaxed);
-    arena_base.store((p + span_bytes - 1) & ~(span_bytes - 1), relaxed);
+    // As much address space as the process may reserve, up to the whole
+    // arena (a limit on virtual memory makes the first tries fail).
+    for (size_t spans = arena_spans; spans >= 1024 && !arena_limit; spans /= 4) {
+      void *p = reserve((spans + 1) * span_bytes);
+      void *r = p ? reserve(spans * record_stride) : nullptr;
+      if (!r) {
+        if (p) unreserve(p, (spans + 1) * span_bytes);
+        continue;
+      }
+      record_base.store(reinterpret_cast<uintptr_t>(r), relaxed);
+      arena_base.store((reinterpret_cast<uintptr_t>(p) + span_bytes - 1) & ~(span_bytes - 1),
+                       relaxed);
+      arena_limit = spans;
+    }
+    if (!arena_limit) return nullptr;
   }
   const size_t index = arena_used.load(relaxed);
-  if (index == arena_spans) return nullptr;
+  if (index == arena_limit) return nullptr;
   const uintptr_t base = arena_base.load(relaxed) + index * span_bytes;
   const uint32_t nblocks = class_blocks[cls];
   const uint32_t nwords = class_words[cls];

@@ -69,6 +69,8 @@ int pagecolour(page_map &map, const void *address, size_t size);
 // Reserves size bytes of address space, inaccessible and unbacked, for the
 // allocator to commit piece by piece; records nothing. Null on failure.
 void *reserve(size_t size);
+// Gives a reservation (or part of one never committed) back.
+void unreserve(void *address, size_t size);
 // Makes size bytes inside a reservation readable and writable (fresh,
 // zero-filled) and colours them. False when either step fails.
 bool commit(page_map &map, void *address, size_t size, int colour);

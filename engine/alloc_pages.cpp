@@ -163,6 +163,10 @@ void *reserve(size_t size) {
   return p == MAP_FAILED ? nullptr : p;
 }
 
+void unreserve(void *address, size_t size) {
+  if (munmap(address, size) != 0) __KAFf90_crash("Impossible failure from freemem");
+}
+
 bool commit(page_map &map, void *address, size_t size, int colour) {
   void *p = mmap64(address, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED,
                    -1, 0);
