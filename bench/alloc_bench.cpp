@@ -41,8 +41,7 @@ void kaf_Allocate_Deallocate(benchmark::State &state) {
 }
 
 void sizes(benchmark::internal::Benchmark *b) {
-  for (int64_t n : {int64_t{16}, int64_t{1} << 10, int64_t{64} << 10, int64_t{16} << 20})
-    b->Arg(n);
+  for (int64_t n : {int64_t{16}, int64_t{1} << 10, int64_t{64} << 10, int64_t{16} << 20}) b->Arg(n);
   b->Threads(1)->Threads(2)->UseRealTime();
 }
 

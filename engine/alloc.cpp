@@ -4,6 +4,8 @@
 // in a side table beside the span, never in the user's memory. Large blocks
 // come straight from the page layer, coloured by kind, with a record each.
 // Every release is checked against those records before anything changes.
+#include "engine/alloc.h"
+
 #include <pthread.h>
 
 #include <array>
@@ -12,7 +14,6 @@
 #include <cstring>
 #include <new>
 
-#include "engine/alloc.h"
 #include "kafrts/engine.h"
 #include "kafrts/memory.h"
 #include "kafrts/runtime.h"
@@ -48,7 +49,8 @@ constexpr unsigned class_by_table(size_t size) {
 }
 constexpr std::array<uint8_t, direct_max / 16> make_direct() {
   std::array<uint8_t, direct_max / 16> t{};
-  for (unsigned k = 0; k < direct_max / 16; ++k) t[k] = static_cast<uint8_t>(class_by_table(16 * (k + 1)));
+  for (unsigned k = 0; k < direct_max / 16; ++k)
+    t[k] = static_cast<uint8_t>(class_by_table(16 * (k + 1)));
   return t;
 }
 constexpr std::array<uint8_t, direct_max / 16> direct_class = make_direct();
@@ -72,14 +74,14 @@ constexpr size_t span_bytes = size_t{1} << span_shift;
 struct heap;
 
 struct span {
-  uintptr_t base;       // block 0, the start of the span
-  heap *owner;          // the heap whose thread allocates from the span
+  uintptr_t base;  // block 0, the start of the span
+  heap *owner;     // the heap whose thread allocates from the span
   uint32_t cls, block_size, nblocks, nwords;
-  uint32_t free_count;  // owner only: blocks not live
-  uint32_t hint;        // owner only: no free block in a word below this
-  span *next;           // owner's list of spans of the class
-  std::atomic<uint64_t> *live;    // bit set: block handed out
-  std::atomic<uint64_t> *remote;  // bit set: released by another thread
+  uint32_t free_count;              // owner only: blocks not live
+  uint32_t hint;                    // owner only: no free block in a word below this
+  span *next;                       // owner's list of spans of the class
+  std::atomic<uint64_t> *live;      // bit set: block handed out
+  std::atomic<uint64_t> *remote;    // bit set: released by another thread
   std::atomic<uint16_t> *slack;     // per block: block_size - size asked for
   std::atomic<uint16_t> *released;  // per block: releases so far (wrapping, never 0 again)
   // Written by other threads; kept off the owner's line.
@@ -93,7 +95,8 @@ static_assert(sizeof(span) % 64 == 0);
 // the span header to find a block.
 constexpr std::array<uint32_t, num_classes> make_blocks() {
   std::array<uint32_t, num_classes> t{};
-  for (unsigned c = 0; c < num_classes; ++c) t[c] = static_cast<uint32_t>(span_bytes / class_size[c]);
+  for (unsigned c = 0; c < num_classes; ++c)
+    t[c] = static_cast<uint32_t>(span_bytes / class_size[c]);
   return t;
 }
 constexpr std::array<uint32_t, num_classes> class_blocks = make_blocks();
@@ -269,8 +272,8 @@ bool grow_large_table() {
     if (large_table[i].address && large_table[i].state != state_returned) ++keep;
   size_t cap = 64;
   while (cap < keep * 4) cap *= 2;
-  auto *table = static_cast<large_record *>(getmem(the_pages, cap * sizeof(large_record),
-                                                   colour_bookkeeping));
+  auto *table = static_cast<large_record *>(
+      getmem(the_pages, cap * sizeof(large_record), colour_bookkeeping));
   if (!table) return false;
   large_record *old = large_table;
   const size_t old_cap = large_cap;
@@ -361,7 +364,9 @@ inline uint64_t last_byte(uintptr_t a, size_t n) { return a + (n ? n - 1 : 0); }
 inline uint32_t index_in(const span *s, uintptr_t a) {
   return static_cast<uint32_t>(((a - s->base) * class_reciprocal[s->cls]) >> 40);
 }
-inline uint32_t size_of(const span *s, uint32_t i) { return s->block_size - s->slack[i].load(relaxed); }
+inline uint32_t size_of(const span *s, uint32_t i) {
+  return s->block_size - s->slack[i].load(relaxed);
+}
 // The count of releases after one more: 1 to 65535, so that 0 keeps
 // meaning "never released".
 inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xFFFF ? 1 : n + 1); }
@@ -375,7 +380,8 @@ inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xF
   if (i >= s->nblocks) return f;
   const uint64_t bit = uint64_t{1} << (i & 63);
   const uint16_t released = s->released[i].load(relaxed);
-  const bool live = (s->live[i >> 6].load(relaxed) & bit) && !(s->remote[i >> 6].load(relaxed) & bit);
+  const bool live =
+      (s->live[i >> 6].load(relaxed) & bit) && !(s->remote[i >> 6].load(relaxed) & bit);
   const uintptr_t block = s->base + uintptr_t{i} * s->block_size;
   if (off != uintptr_t{i} * s->block_size) {
     if (live) f = fault_info{fault::interior, a, size, block, size_of(s, i)};
@@ -421,7 +427,8 @@ span *new_span(heap *h, unsigned cls) {
       sizeof(span) + 2 * nwords * sizeof(uint64_t) + 2 * nblocks * sizeof(uint16_t);
   static_assert(sizeof(span) + 2 * 1024 * 8 + 65536 * 4 <= record_stride);
   span *s = span_at(record_base.load(relaxed), index);
-  if (!commit(the_pages, s, (record_bytes + page_size - 1) & ~(page_size - 1), colour_bookkeeping) ||
+  if (!commit(the_pages, s, (record_bytes + page_size - 1) & ~(page_size - 1),
+              colour_bookkeeping) ||
       !commit(the_pages, reinterpret_cast<void *>(base), span_bytes, colour_span))
     return nullptr;
   new (s) span{};
@@ -807,7 +814,9 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
     if (new_size < old_size) poison(a + new_size, old_size - new_size);
     return address;
   }
-  void *p = take(new_size, span_of(a) ? static_cast<unsigned char>(colour_temporary) : colour_of_block(a), false);
+  void *p =
+      take(new_size, span_of(a) ? static_cast<unsigned char>(colour_temporary) : colour_of_block(a),
+           false);
   if (!p) return nullptr;
   std::memcpy(p, address, old_size < new_size ? old_size : new_size);
   release(address, old_size, nullptr, 0, false);

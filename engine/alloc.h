@@ -23,9 +23,9 @@ namespace kaf::pages {
 
 constexpr unsigned page_shift = 12;
 constexpr size_t page_size = size_t{1} << page_shift;
-constexpr unsigned region_shift = 28;                            // 256 MiB
+constexpr unsigned region_shift = 28;                                      // 256 MiB
 constexpr size_t region_pages = size_t{1} << (region_shift - page_shift);  // 65,536
-constexpr unsigned index_size = 4096;                            // address bits 28..39
+constexpr unsigned index_size = 4096;                                      // address bits 28..39
 
 // Colours. 0, 4, 5 and 7 are the page layer's own; the others name what
 // the allocator keeps in the pages.

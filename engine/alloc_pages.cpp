@@ -168,8 +168,8 @@ void unreserve(void *address, size_t size) {
 }
 
 bool commit(page_map &map, void *address, size_t size, int colour) {
-  void *p = mmap64(address, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED,
-                   -1, 0);
+  void *p =
+      mmap64(address, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
   if (p != address) return false;
   return colour == colour_bookkeeping || set_colour(map, address, size, colour) != 0;
 }

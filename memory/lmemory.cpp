@@ -46,8 +46,8 @@ void __KAFf90_line_Deallocate_p(const char *file, int32_t line, void *address, s
                                 int32_t *stat) {
   deallocate_scalar({file, line, true}, address, size, stat, 190);
 }
-void __KAFf90_line_Deallocate_a(const char *file, int32_t line, int32_t rank,
-                                size_t element_size, int64_t *descriptor, int32_t *stat) {
+void __KAFf90_line_Deallocate_a(const char *file, int32_t line, int32_t rank, size_t element_size,
+                                int64_t *descriptor, int32_t *stat) {
   deallocate_array({file, line, true}, rank, element_size, descriptor, stat);
 }
 void __KAFf90_line_DeAlloc(const char *file, int32_t line, void *address, size_t size) {

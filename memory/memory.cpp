@@ -2,8 +2,8 @@
 // STAT= values or fatal messages, and array DEALLOCATE finds the block's
 // address and size from the descriptor.
 #include "kafrts/memory.h"
-#include "memory/memory.h"
 
+#include "memory/memory.h"
 
 using namespace kaf::memory;
 
@@ -43,8 +43,7 @@ void __KAFf90_Deallocate_s(void *address, size_t size, int32_t *stat) {
 void __KAFf90_Deallocate_p(void *address, size_t size, int32_t *stat) {
   deallocate_scalar(nowhere, address, size, stat, 190);
 }
-void __KAFf90_Deallocate_a(int32_t rank, size_t element_size, int64_t *descriptor,
-                           int32_t *stat) {
+void __KAFf90_Deallocate_a(int32_t rank, size_t element_size, int64_t *descriptor, int32_t *stat) {
   deallocate_array(nowhere, rank, element_size, descriptor, stat);
 }
 void __KAFf90_DeAlloc(void *address, size_t size) { release_storage(nowhere, address, size); }

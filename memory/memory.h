@@ -32,21 +32,33 @@ enum class store { temporary, ztemporary, pointer, zpointer, allocatable, zalloc
 inline void *take(const where &w, store kind, size_t size) {
   if (w.located) {
     switch (kind) {
-      case store::temporary: return __KAFf90_loAlloc(w.file, w.line, size);
-      case store::ztemporary: return __KAFf90_lzoAlloc(w.file, w.line, size);
-      case store::pointer: return __KAFf90_lpAlloc(w.file, w.line, size);
-      case store::zpointer: return __KAFf90_lzpAlloc(w.file, w.line, size);
-      case store::allocatable: return __KAFf90_laAlloc(w.file, w.line, size);
-      case store::zallocatable: return __KAFf90_lzaAlloc(w.file, w.line, size);
+      case store::temporary:
+        return __KAFf90_loAlloc(w.file, w.line, size);
+      case store::ztemporary:
+        return __KAFf90_lzoAlloc(w.file, w.line, size);
+      case store::pointer:
+        return __KAFf90_lpAlloc(w.file, w.line, size);
+      case store::zpointer:
+        return __KAFf90_lzpAlloc(w.file, w.line, size);
+      case store::allocatable:
+        return __KAFf90_laAlloc(w.file, w.line, size);
+      case store::zallocatable:
+        return __KAFf90_lzaAlloc(w.file, w.line, size);
     }
   }
   switch (kind) {
-    case store::temporary: return __KAFf90_oAlloc(size);
-    case store::ztemporary: return __KAFf90_zoAlloc(size);
-    case store::pointer: return __KAFf90_pAlloc(size);
-    case store::zpointer: return __KAFf90_zpAlloc(size);
-    case store::allocatable: return __KAFf90_aAlloc(size);
-    case store::zallocatable: return __KAFf90_zaAlloc(size);
+    case store::temporary:
+      return __KAFf90_oAlloc(size);
+    case store::ztemporary:
+      return __KAFf90_zoAlloc(size);
+    case store::pointer:
+      return __KAFf90_pAlloc(size);
+    case store::zpointer:
+      return __KAFf90_zpAlloc(size);
+    case store::allocatable:
+      return __KAFf90_aAlloc(size);
+    case store::zallocatable:
+      return __KAFf90_zaAlloc(size);
   }
   return nullptr;
 }
@@ -57,7 +69,6 @@ inline void give_back_pointer(const where &w, void *address, size_t size) {
   else
     __KAFf90_pDeAlloc(address, size);
 }
-
 
 inline void *alloc_storage(const where &w, store kind, size_t size, int32_t message) {
   void *p = take(w, kind, size);
@@ -79,7 +90,7 @@ inline void *allocate(const where &w, store kind, size_t size, int32_t *stat) {
 }
 
 inline void deallocate_scalar(const where &w, void *address, size_t size, int32_t *stat,
-                       int32_t message) {
+                              int32_t message) {
   if (stat && *stat) return;
   if (!address) {
     if (!stat) fail(w, message);
@@ -90,7 +101,7 @@ inline void deallocate_scalar(const where &w, void *address, size_t size, int32_
 }
 
 inline void deallocate_array(const where &w, int32_t rank, size_t element_size, int64_t *descriptor,
-                      int32_t *stat) {
+                             int32_t *stat) {
   if (stat && *stat) return;
   auto address = static_cast<uint64_t>(descriptor[0]);
   if (!address) {

@@ -57,8 +57,7 @@ void __KAFf90_mkatmp_c(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 8, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_c(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_c(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 8, args);
@@ -74,8 +73,7 @@ void __KAFf90_mkatmp_d(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 8, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_d(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_d(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 8, args);
@@ -91,8 +89,7 @@ void __KAFf90_mkatmp_dc(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 16, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_dc(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_dc(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 16, args);
@@ -108,8 +105,7 @@ void __KAFf90_mkatmp_i1(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 1, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_i1(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_i1(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 1, args);
@@ -125,8 +121,7 @@ void __KAFf90_mkatmp_i2(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 2, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_i2(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_i2(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 2, args);
@@ -142,8 +137,7 @@ void __KAFf90_mkatmp_i(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 4, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_i(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_i(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 4, args);
@@ -159,8 +153,7 @@ void __KAFf90_mkatmp_i4(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 8, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_i4(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_i4(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 8, args);
@@ -176,8 +169,7 @@ void __KAFf90_mkatmp_l1(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 1, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_l1(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_l1(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 1, args);
@@ -193,8 +185,7 @@ void __KAFf90_mkatmp_l2(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 2, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_l2(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_l2(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 2, args);
@@ -210,8 +201,7 @@ void __KAFf90_mkatmp_l(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 4, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_l(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_l(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 4, args);
@@ -227,8 +217,7 @@ void __KAFf90_mkatmp_l4(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 8, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_l4(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_l4(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 8, args);
@@ -244,8 +233,7 @@ void __KAFf90_mkatmp_r(kaf_atmp *result, int32_t rank, ...) {
   make_temporary(nowhere, &result->base, result->extent, rank, 4, args);
   va_end(args);
 }
-void __KAFf90_line_mkatmp_r(const char *file, int32_t line, kaf_atmp *result, int32_t rank,
-                             ...) {
+void __KAFf90_line_mkatmp_r(const char *file, int32_t line, kaf_atmp *result, int32_t rank, ...) {
   va_list args;
   va_start(args, rank);
   make_temporary({file, line, true}, &result->base, result->extent, rank, 4, args);

@@ -56,7 +56,11 @@ TEST(Allocator, BlocksAreAlignedDisjointAndKeepTheirContents) {
       sizes.push_back(edge + 1);
     }
   sizes.push_back(1);
-  struct block { unsigned char *p; size_t n; unsigned char fill; };
+  struct block {
+    unsigned char *p;
+    size_t n;
+    unsigned char fill;
+  };
   std::vector<block> live;
   unsigned char fill = 1;
   for (int round = 0; round < 3; ++round)
@@ -259,22 +263,26 @@ TEST(AllocatorFaults, DoubleDeallocateWithoutLocation) {
 
 TEST(AllocatorFaults, DoubleDeallocateShowDanglingGivesTheAddress) {
   for (size_t n : {size_t(40), size_t(500000)}) {
-    auto r = in_child([&] {
-      void *p = __KAFf90_pAlloc(n);
-      tell(hex(p));
-      __KAFf90_lpDeAlloc("m.f90", 20, p, n);
-      __KAFf90_lpDeAlloc("m.f90", 21, p, n);
-    }, true);
-    expect_fatal(r, fatal_text("m.f90, line 21: ", "Invalid deallocation of Z'" + r.out + "' size " +
-                                                       std::to_string(n) +
+    auto r = in_child(
+        [&] {
+          void *p = __KAFf90_pAlloc(n);
+          tell(hex(p));
+          __KAFf90_lpDeAlloc("m.f90", 20, p, n);
+          __KAFf90_lpDeAlloc("m.f90", 21, p, n);
+        },
+        true);
+    expect_fatal(r, fatal_text("m.f90, line 21: ", "Invalid deallocation of Z'" + r.out +
+                                                       "' size " + std::to_string(n) +
                                                        ": block was already deallocated at line 20 "
                                                        "of m.f90"));
-    auto r2 = in_child([&] {
-      void *p = __KAFf90_pAlloc(n);
-      tell(hex(p));
-      __KAFf90_pDeAlloc(p, n);
-      __KAFf90_pDeAlloc(p, n);
-    }, true);
+    auto r2 = in_child(
+        [&] {
+          void *p = __KAFf90_pAlloc(n);
+          tell(hex(p));
+          __KAFf90_pDeAlloc(p, n);
+          __KAFf90_pDeAlloc(p, n);
+        },
+        true);
     expect_fatal(r2, fatal_text("", "Memory block at Z'" + r2.out + "' already deallocated"));
   }
 }
@@ -284,12 +292,15 @@ TEST(AllocatorFaults, StackAddress) {
     int local[4] = {};
     __KAFf90_lpDeAlloc("s.f90", 5, local, sizeof local);
   });
-  expect_fatal(r, fatal_text("s.f90, line 5: ", "Invalid deallocation of size 16: not an allocated block"));
-  auto r2 = in_child([] {
-    double local = 0;
-    tell(hex(&local));
-    __KAFf90_oDeAlloc(&local, 8);
-  }, true);
+  expect_fatal(
+      r, fatal_text("s.f90, line 5: ", "Invalid deallocation of size 16: not an allocated block"));
+  auto r2 = in_child(
+      [] {
+        double local = 0;
+        tell(hex(&local));
+        __KAFf90_oDeAlloc(&local, 8);
+      },
+      true);
   expect_fatal(r2, fatal_text("", "Invalid deallocation of Z'" + r2.out +
                                       "' size 8: not an allocated block"));
 }
@@ -312,12 +323,15 @@ TEST(AllocatorFaults, InteriorPointer) {
       auto *p = static_cast<char *>(__KAFf90_aAlloc(n));
       __KAFf90_lpDeAlloc("i.f90", 30, p + 16, n - 16);
     });
-    expect_fatal(r, fatal_text("i.f90, line 30: ", "Attempt to DEALLOCATE part of a larger object"));
-    auto r2 = in_child([n] {
-      auto *p = static_cast<char *>(__KAFf90_aAlloc(n));
-      tell(hex(p + 16) + " " + hex(p + n - 1) + " " + hex(p) + " " + hex(p + n - 1));
-      __KAFf90_pDeAlloc(p + 16, n - 16);
-    }, true);
+    expect_fatal(r,
+                 fatal_text("i.f90, line 30: ", "Attempt to DEALLOCATE part of a larger object"));
+    auto r2 = in_child(
+        [n] {
+          auto *p = static_cast<char *>(__KAFf90_aAlloc(n));
+          tell(hex(p + 16) + " " + hex(p + n - 1) + " " + hex(p) + " " + hex(p + n - 1));
+          __KAFf90_pDeAlloc(p + 16, n - 16);
+        },
+        true);
     char a[32], b[32], c[32], d[32];
     ASSERT_EQ(std::sscanf(r2.out.c_str(), "%31s %31s %31s %31s", a, b, c, d), 4);
     expect_fatal(r2, fatal_text("", std::string("Deallocation of Z'") + a + "'-Z'" + b +
@@ -327,8 +341,11 @@ TEST(AllocatorFaults, InteriorPointer) {
 
 TEST(AllocatorFaults, WrongSize) {
   // Same size class and another class; small and large.
-  for (auto [taken, given] : {std::pair<size_t, size_t>{100, 104}, {100, 8}, {2000, 2001},
-                              {300000, 300001}, {300000, 4096}}) {
+  for (auto [taken, given] : {std::pair<size_t, size_t>{100, 104},
+                              {100, 8},
+                              {2000, 2001},
+                              {300000, 300001},
+                              {300000, 4096}}) {
     auto r = in_child([taken = taken, given = given] {
       auto *p = static_cast<char *>(__KAFf90_pAlloc(taken));
       tell(hex(p) + " " + hex(p + given - 1) + " " + hex(p + taken - 1));
@@ -344,45 +361,52 @@ TEST(AllocatorFaults, WrongSize) {
 // mem_allow_undef_dealloc lets only blocks that are not ours, or no longer
 // ours, pass: part of a live block is still fatal.
 TEST(AllocatorFaults, InteriorPointerStaysFatalWhenUndefinedReleasesAreAllowed) {
-  auto r = in_child([] {
-    auto *p = static_cast<unsigned char *>(__KAFf90_pAlloc(200));
-    __KAFf90_pDeAlloc(p + 8, 8);
-  }, false, true);
+  auto r = in_child(
+      [] {
+        auto *p = static_cast<unsigned char *>(__KAFf90_pAlloc(200));
+        __KAFf90_pDeAlloc(p + 8, 8);
+      },
+      false, true);
   expect_fatal(r, fatal_text("", "Attempt to DEALLOCATE part of a larger object"));
 }
 
 TEST(AllocatorFaults, AllowUndefinedDeallocation) {
   // Never handed out, and already released: both pass, silently, and
   // nothing is released (the live neighbour is untouched).
-  auto r = in_child([] {
-    int local = 0;
-    void *p = __KAFf90_pAlloc(32);
-    __KAFf90_pDeAlloc(p, 32);
-    __KAFf90_pDeAlloc(&local, 4);
-    __KAFf90_pDeAlloc(p, 32);
-    void *big = __KAFf90_pAlloc(1 << 20);
-    __KAFf90_pDeAlloc(big, 1 << 20);
-    __KAFf90_pDeAlloc(big, 1 << 20);
-    std::fprintf(stdout, "went on");
-  }, false, true);
+  auto r = in_child(
+      [] {
+        int local = 0;
+        void *p = __KAFf90_pAlloc(32);
+        __KAFf90_pDeAlloc(p, 32);
+        __KAFf90_pDeAlloc(&local, 4);
+        __KAFf90_pDeAlloc(p, 32);
+        void *big = __KAFf90_pAlloc(1 << 20);
+        __KAFf90_pDeAlloc(big, 1 << 20);
+        __KAFf90_pDeAlloc(big, 1 << 20);
+        std::fprintf(stdout, "went on");
+      },
+      false, true);
   EXPECT_TRUE(r.exited && r.exit_status == 0) << r.err;
   EXPECT_EQ(r.out, "went on");
   EXPECT_EQ(r.err, "");
   // With show_dangling each is shown, without ending the program.
-  auto r2 = in_child([] {
-    int local = 0;
-    void *p = __KAFf90_pAlloc(32);
-    __KAFf90_lpDeAlloc("u.f90", 1, p, 32);
-    __KAFf90_lpDeAlloc("u.f90", 2, &local, 4);
-    __KAFf90_lpDeAlloc("u.f90", 3, p, 32);
-    std::fprintf(stdout, "went on");
-  }, true, true);
+  auto r2 = in_child(
+      [] {
+        int local = 0;
+        void *p = __KAFf90_pAlloc(32);
+        __KAFf90_lpDeAlloc("u.f90", 1, p, 32);
+        __KAFf90_lpDeAlloc("u.f90", 2, &local, 4);
+        __KAFf90_lpDeAlloc("u.f90", 3, p, 32);
+        std::fprintf(stdout, "went on");
+      },
+      true, true);
   EXPECT_TRUE(r2.exited && r2.exit_status == 0) << r2.err;
   EXPECT_EQ(r2.out, "went on");
-  EXPECT_EQ(r2.err,
-            "Runtime Error: u.f90, line 2: Attempt to DEALLOCATE an object which was not ALLOCATEd\n"
-            "Runtime Error: u.f90, line 3: Pointer in DEALLOCATE refers to already-deallocated "
-            "memory\n");
+  EXPECT_EQ(
+      r2.err,
+      "Runtime Error: u.f90, line 2: Attempt to DEALLOCATE an object which was not ALLOCATEd\n"
+      "Runtime Error: u.f90, line 3: Pointer in DEALLOCATE refers to already-deallocated "
+      "memory\n");
 }
 
 TEST(AllocatorFaults, BlockReusedAfterReleaseIsLiveAgain) {
@@ -406,8 +430,9 @@ TEST(Allocator, PageColoursNameWhatABlockIs) {
     void *(*take)(size_t);
     int colour;
   };
-  for (const row &w : {row{__KAFf90_oAlloc, 1}, row{__KAFf90_zoAlloc, 1}, row{__KAFf90_pAlloc, 2},
-                       row{__KAFf90_zpAlloc, 2}, row{__KAFf90_aAlloc, 3}, row{__KAFf90_zaAlloc, 3}}) {
+  for (const row &w :
+       {row{__KAFf90_oAlloc, 1}, row{__KAFf90_zoAlloc, 1}, row{__KAFf90_pAlloc, 2},
+        row{__KAFf90_zpAlloc, 2}, row{__KAFf90_aAlloc, 3}, row{__KAFf90_zaAlloc, 3}}) {
     void *p = w.take(big);
     EXPECT_EQ(__KAFf90_pagecolour(p, big), w.colour);
     __KAFf90_pDeAlloc(p, big);

@@ -49,7 +49,10 @@ TEST(AtmpList, EltReadsByPositionAndLeavesTheList) {
     __KAFf90_atmplist_append(&list, r.data());
   }
   kaf_atmp_node *head = list;
-  const struct { int64_t n; int64_t seed; } rows[] = {{2, 30}, {1, 20}, {0, 10}, {-5, 10}};
+  const struct {
+    int64_t n;
+    int64_t seed;
+  } rows[] = {{2, 30}, {1, 20}, {0, 10}, {-5, 10}};
   for (const auto &w : rows) {
     record out{};
     __KAFf90_atmplist_elt(list, out.data(), w.n);
@@ -85,11 +88,15 @@ TEST(AtmpList, NodesAreSeventyTwoAndEightyBytes) {
     auto r = kafmem::in_child([ch = ch, bytes = bytes] {
       kaf_atmp_node *list = nullptr;
       record_ch rec = make_ch(1);
-      if (ch) __KAFf90_atmplist_append_ch(&list, rec.data());
-      else __KAFf90_atmplist_append(&list, rec.data());
+      if (ch)
+        __KAFf90_atmplist_append_ch(&list, rec.data());
+      else
+        __KAFf90_atmplist_append(&list, rec.data());
       kaf_atmp_node *node = list;
-      if (ch) __KAFf90_atmplist_step_ch(&list, rec.data());
-      else __KAFf90_atmplist_step(&list, rec.data());
+      if (ch)
+        __KAFf90_atmplist_step_ch(&list, rec.data());
+      else
+        __KAFf90_atmplist_step(&list, rec.data());
       __KAFf90_oDeAlloc(node, bytes);
     });
     EXPECT_EQ(r.err, "Runtime Error: Invalid deallocation of size " + std::to_string(bytes) +

@@ -41,7 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const uint8_t op = *p++;
     if (op % 3 == 0 || live.empty()) {
       const size_t n = size_from(p, end);
-      void *(*take)(size_t) = op & 8 ? __KAFf90_zpAlloc : op & 16 ? __KAFf90_aAlloc : __KAFf90_oAlloc;
+      void *(*take)(size_t) = op & 8    ? __KAFf90_zpAlloc
+                              : op & 16 ? __KAFf90_aAlloc
+                                        : __KAFf90_oAlloc;
       auto *q = static_cast<unsigned char *>(take(n));
       if (!q) __builtin_trap();
       if (n == 0) continue;  // the zero-size marker

@@ -69,8 +69,8 @@ TEST(Allocate, ShortageMessagesWithoutStat) {
       {__KAFf90_Alloc_zatmp, "Cannot allocate array temporary - out of memory"},
   };
   for (const row &w : rows) expect_fatal(in_child([&] { w.f(too_much); }), fatal_text("", w.text));
-  for (auto f : {__KAFf90_Allocate_s, __KAFf90_Allocate_zs, __KAFf90_Allocate_as,
-                 __KAFf90_Allocate_zas})
+  for (auto f :
+       {__KAFf90_Allocate_s, __KAFf90_Allocate_zs, __KAFf90_Allocate_as, __KAFf90_Allocate_zas})
     expect_fatal(in_child([&] { f(too_much, nullptr); }),
                  fatal_text("", "ALLOCATE failed: Out of memory"));
 }
@@ -158,8 +158,9 @@ TEST(Deallocate, ReleasesWithItsSize) {
     __KAFf90_line_Deallocate_s("q.f90", 6, p, 24, nullptr);
     __KAFf90_line_Deallocate_p("q.f90", 7, p, 24, nullptr);
   });
-  expect_fatal(r, fatal_text("q.f90, line 7: ", "Invalid deallocation of size 24: block was "
-                                                "already deallocated at line 6 of q.f90"));
+  expect_fatal(r, fatal_text("q.f90, line 7: ",
+                             "Invalid deallocation of size 24: block was "
+                             "already deallocated at line 6 of q.f90"));
 }
 
 // ---- DEALLOCATE of arrays -------------------------------------------------
@@ -202,7 +203,8 @@ TEST(DeallocateArray, ReleasesFromTheLowestAddress) {
       // Released exactly once: the block is free now.
       __KAFf90_DeAlloc(block, 8 * 3 * 4 * 5);
     });
-    expect_fatal(r, fatal_text("", "Invalid deallocation of size 480: block was already deallocated"));
+    expect_fatal(r,
+                 fatal_text("", "Invalid deallocation of size 480: block was already deallocated"));
     EXPECT_EQ(r.out, "0") << flip;
   }
 }
@@ -292,15 +294,22 @@ TEST(Temporaries, EveryLetterUsesItsElementSize) {
   const row rows[] = {
       {__KAFf90_mkatmp_c, __KAFf90_line_mkatmp_c, __KAFf90_freevec_c, __KAFf90_line_freevec_c, 8},
       {__KAFf90_mkatmp_d, __KAFf90_line_mkatmp_d, __KAFf90_freevec_d, __KAFf90_line_freevec_d, 8},
-      {__KAFf90_mkatmp_dc, __KAFf90_line_mkatmp_dc, __KAFf90_freevec_dc, __KAFf90_line_freevec_dc, 16},
-      {__KAFf90_mkatmp_i1, __KAFf90_line_mkatmp_i1, __KAFf90_freevec_i1, __KAFf90_line_freevec_i1, 1},
-      {__KAFf90_mkatmp_i2, __KAFf90_line_mkatmp_i2, __KAFf90_freevec_i2, __KAFf90_line_freevec_i2, 2},
+      {__KAFf90_mkatmp_dc, __KAFf90_line_mkatmp_dc, __KAFf90_freevec_dc, __KAFf90_line_freevec_dc,
+       16},
+      {__KAFf90_mkatmp_i1, __KAFf90_line_mkatmp_i1, __KAFf90_freevec_i1, __KAFf90_line_freevec_i1,
+       1},
+      {__KAFf90_mkatmp_i2, __KAFf90_line_mkatmp_i2, __KAFf90_freevec_i2, __KAFf90_line_freevec_i2,
+       2},
       {__KAFf90_mkatmp_i, __KAFf90_line_mkatmp_i, __KAFf90_freevec_i, __KAFf90_line_freevec_i, 4},
-      {__KAFf90_mkatmp_i4, __KAFf90_line_mkatmp_i4, __KAFf90_freevec_i4, __KAFf90_line_freevec_i4, 8},
-      {__KAFf90_mkatmp_l1, __KAFf90_line_mkatmp_l1, __KAFf90_freevec_l1, __KAFf90_line_freevec_l1, 1},
-      {__KAFf90_mkatmp_l2, __KAFf90_line_mkatmp_l2, __KAFf90_freevec_l2, __KAFf90_line_freevec_l2, 2},
+      {__KAFf90_mkatmp_i4, __KAFf90_line_mkatmp_i4, __KAFf90_freevec_i4, __KAFf90_line_freevec_i4,
+       8},
+      {__KAFf90_mkatmp_l1, __KAFf90_line_mkatmp_l1, __KAFf90_freevec_l1, __KAFf90_line_freevec_l1,
+       1},
+      {__KAFf90_mkatmp_l2, __KAFf90_line_mkatmp_l2, __KAFf90_freevec_l2, __KAFf90_line_freevec_l2,
+       2},
       {__KAFf90_mkatmp_l, __KAFf90_line_mkatmp_l, __KAFf90_freevec_l, __KAFf90_line_freevec_l, 4},
-      {__KAFf90_mkatmp_l4, __KAFf90_line_mkatmp_l4, __KAFf90_freevec_l4, __KAFf90_line_freevec_l4, 8},
+      {__KAFf90_mkatmp_l4, __KAFf90_line_mkatmp_l4, __KAFf90_freevec_l4, __KAFf90_line_freevec_l4,
+       8},
       {__KAFf90_mkatmp_r, __KAFf90_line_mkatmp_r, __KAFf90_freevec_r, __KAFf90_line_freevec_r, 4},
   };
   for (const row &w : rows) {
@@ -351,7 +360,8 @@ TEST(Temporaries, TooLargeIs134) {
                fatal_text("", "Cannot allocate array temporary - out of memory"));
   expect_fatal(in_child([] {
                  kaf_atmp t;
-                 __KAFf90_line_mkatmp_dc("big.f90", 70, &t, 7, 16, 16, 16, 16, 16, 16, 16);  // 2^32 bytes
+                 __KAFf90_line_mkatmp_dc("big.f90", 70, &t, 7, 16, 16, 16, 16, 16, 16,
+                                         16);  // 2^32 bytes
                }),
                fatal_text("big.f90, line 70: ", "Cannot allocate array temporary - out of memory"));
   expect_fatal(in_child([] {

@@ -66,8 +66,8 @@ TEST(PageColours, BookkeepingRecordsNothing) {
     auto *p = static_cast<char *>(__KAFf90_getmem(page, 5));
     const int alone = __KAFf90_pagecolour(p, 1);
     auto *q = static_cast<char *>(__KAFf90_getmem(page, 1));
-    const bool same_region = (reinterpret_cast<uintptr_t>(p) >> 28) ==
-                             (reinterpret_cast<uintptr_t>(q) >> 28);
+    const bool same_region =
+        (reinterpret_cast<uintptr_t>(p) >> 28) == (reinterpret_cast<uintptr_t>(q) >> 28);
     std::printf("%d %d %d", alone, same_region, __KAFf90_pagecolour(p, 1));
   });
   int alone = -1, same = -1, after = -1;
@@ -111,7 +111,8 @@ TEST(PageColours, FailingUnmapIsAnInternalError) {
     __KAFf90_freemem(p + 1, page);
   });
   EXPECT_TRUE(r.signaled && r.signal == SIGABRT);
-  EXPECT_EQ(r.err, "Runtime Error: Impossible failure from freemem\nProgram terminated by fatal error\n");
+  EXPECT_EQ(r.err,
+            "Runtime Error: Impossible failure from freemem\nProgram terminated by fatal error\n");
 }
 
 }  // namespace
