@@ -409,6 +409,26 @@ TEST(AllocatorFaults, AllowUndefinedDeallocation) {
       "memory\n");
 }
 
+// The switches as a program gets them: from the runtime options.
+TEST(AllocatorFaults, SwitchesComeFromTheRuntimeOptions) {
+  kaftest::child_options options;
+  options.env = {{"KAFFORTRAN_RUNTIME_OPTIONS", "mem_allow_undef_dealloc,show"},
+                 {"KAFFORTRAN_RUNTIME_ERROR_FILE", nullptr},
+                 {"KAFF90_RUNTIME_ERROR_FILE", nullptr}};
+  auto r = kaftest::run_in_child(
+      [] {
+        __KAFf90_init_runtime_options();
+        void *p = __KAFf90_oAlloc(24);
+        __KAFf90_oDeAlloc(p, 24);
+        __KAFf90_oDeAlloc(p, 24);
+        tell("went on");
+      },
+      options);
+  EXPECT_TRUE(r.exited && r.exit_status == 0) << r.err;
+  EXPECT_EQ(r.out, "went on");
+  EXPECT_EQ(r.err, "Runtime Error: Pointer in DEALLOCATE refers to already-deallocated memory\n");
+}
+
 TEST(AllocatorFaults, BlockReusedAfterReleaseIsLiveAgain) {
   // A released block handed out again is released normally, and a stale
   // record of its first release does not leak into a later message.
