@@ -116,7 +116,8 @@ inline void deallocate_array(const where &w, int32_t rank, size_t element_size, 
       const int64_t extent = descriptor[2 + 3 * k];
       const int64_t stride = descriptor[3 + 3 * k];
       // A negative stride walks down: the block starts at the last element.
-      if (stride < 0 && extent > 0) address += static_cast<uint64_t>(stride * (extent - 1));
+      if (stride < 0 && extent > 0)
+        address += static_cast<uint64_t>(stride) * static_cast<uint64_t>(extent - 1);  // mod 2^64
       size *= extent > 0 ? static_cast<uint64_t>(extent) : 0;
     }
   }

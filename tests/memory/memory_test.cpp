@@ -221,6 +221,19 @@ TEST(DeallocateArray, RankOneReversedSectionWithStat) {
   EXPECT_EQ(r.out, "0 0");
 }
 
+TEST(DeallocateArray, GarbageDescriptorIsReportedNotFollowed) {
+  // A stride that sends the address far away: the allocator reports it and
+  // nothing is read there.
+  auto r = in_child([] {
+    void *block = __KAFf90_Allocate_s(40, nullptr);
+    array_desc d = describe(block, 8, {5}, 0);
+    d.word[3] = -(int64_t{1} << 40);
+    __KAFf90_line_Deallocate_a("g.f90", 4, 1, 8, d.word, nullptr);
+  });
+  expect_fatal(r, fatal_text("g.f90, line 4: ",
+                             "Invalid deallocation of size 40: not an allocated block"));
+}
+
 TEST(DeallocateArray, NullBase) {
   array_desc d{};
   expect_fatal(in_child([&] { __KAFf90_Deallocate_a(2, 8, d.word, nullptr); }),
