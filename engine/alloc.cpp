@@ -666,6 +666,12 @@ inline void note_release(std::atomic<uint16_t> &released, uint16_t n, uintptr_t 
   poison(a, bytes);
 }
 
+// A span that is not current has no live block left: its pages go back to
+// the system until it is used again (it stays the heap's, with its class).
+[[gnu::cold, gnu::noinline]] void empty_span(span *s) {
+  discard(reinterpret_cast<void *>(s->base), span_bytes);
+}
+
 // The fast path trusts nothing it is given: the class comes from the size,
 // and the span, the block's place in it, its live bit and its recorded size
 // must all agree before anything changes; any disagreement goes to the slow
@@ -707,10 +713,13 @@ inline void release(void *address, size_t size, const char *file, int32_t line, 
       return release_fault(s, a, size, file, line, lform);
     note_release(released, next_release(before), a, class_size[cls], file, line);
     live.store(bits & ~bit, relaxed);
-    uint32_t &free = s == h->current[cls] ? h->free[cls] : s->free_count;
-    uint32_t &hint = s == h->current[cls] ? h->hint[cls] : s->hint;
-    ++free;
-    if (w < hint) hint = w;
+    if (s == h->current[cls]) {
+      ++h->free[cls];
+      if (w < h->hint[cls]) h->hint[cls] = w;
+      return;
+    }
+    if (w < s->hint) s->hint = w;
+    if (++s->free_count == class_blocks[cls]) empty_span(s);
     return;
   }
   // Another thread's span: the site is noted only once the release is known

@@ -69,6 +69,9 @@ int pagecolour(page_map &map, const void *address, size_t size);
 // Reserves size bytes of address space, inaccessible and unbacked, for the
 // allocator to commit piece by piece; records nothing. Null on failure.
 void *reserve(size_t size);
+// Lets the system take back the pages of a committed range (they read as
+// zero when next touched); the range stays mapped and keeps its colours.
+void discard(void *address, size_t size);
 // Gives a reservation (or part of one never committed) back.
 void unreserve(void *address, size_t size);
 // Makes size bytes inside a reservation readable and writable (fresh,

@@ -163,6 +163,8 @@ void *reserve(size_t size) {
   return p == MAP_FAILED ? nullptr : p;
 }
 
+void discard(void *address, size_t size) { madvise(address, size, MADV_DONTNEED); }
+
 void unreserve(void *address, size_t size) {
   if (munmap(address, size) != 0) __KAFf90_crash("Impossible failure from freemem");
 }

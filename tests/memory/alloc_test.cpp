@@ -11,6 +11,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <sys/mman.h>
 #include <vector>
 
 #include "kafrts.h"
@@ -479,6 +480,35 @@ TEST(AllocatorFaults, DeleteAvlpatForgetsWhereBlocksWereReleased) {
   });
   expect_fatal(r, fatal_text("e.f90, line 2: ",
                              "Invalid deallocation of size 72: block was already deallocated"));
+}
+
+// A span emptied while another is in use gives its pages back; the blocks
+// come back zero-filled from the z forms and usable from the others.
+TEST(Allocator, EmptiedSpanGivesItsPagesBack) {
+  auto r = in_child([] {
+    // 16-byte blocks: 65,536 to a span. The span of the middle block fills
+    // up and the allocation moves on, so it is not current at the end.
+    constexpr size_t n = 140000;
+    std::vector<unsigned char *> blocks(n);
+    for (auto &b : blocks) {
+      b = static_cast<unsigned char *>(__KAFf90_pAlloc(16));
+      std::memset(b, 0xA5, 16);
+    }
+    const auto span_start =
+        reinterpret_cast<uintptr_t>(blocks[n / 2]) & ~((uintptr_t{1} << 20) - 1);
+    for (auto *b : blocks) __KAFf90_pDeAlloc(b, 16);
+    std::vector<unsigned char> resident(256);
+    mincore(reinterpret_cast<void *>(span_start), 1 << 20, resident.data());
+    tell(std::to_string(std::count(resident.begin(), resident.end(), 0)) + " ");
+    // Used again: still ours, and clean where it must be.
+    for (auto &b : blocks) b = static_cast<unsigned char *>(__KAFf90_zpAlloc(16));
+    long zero = 0;
+    for (auto *b : blocks) zero += std::count(b, b + 16, 0);
+    tell(std::to_string(zero == static_cast<long>(16 * n)));
+    for (auto *b : blocks) __KAFf90_pDeAlloc(b, 16);
+  });
+  expect_clean(r);
+  EXPECT_EQ(r.out, "256 1");
 }
 
 TEST(Allocator, DeleteAvlpatKeepsLiveBlocks) {
