@@ -521,7 +521,7 @@ heap *adopt_heap() {
 
 void *take_large(size_t size, unsigned char colour, bool zero);
 
-inline void *take_small(size_t size, unsigned char colour, bool zero) {
+[[gnu::always_inline]] inline void *take_small(size_t size, unsigned char colour, bool zero) {
   const unsigned cls = class_of(size);
   heap *h = my_heap;
   span *s = h ? h->current[cls] : nullptr;
@@ -676,7 +676,8 @@ inline void note_release(std::atomic<uint16_t> &released, uint16_t n, uintptr_t 
 // and the span, the block's place in it, its live bit and its recorded size
 // must all agree before anything changes; any disagreement goes to the slow
 // path, which finds out what is wrong.
-inline void release(void *address, size_t size, const char *file, int32_t line, bool lform) {
+[[gnu::always_inline]] inline void release(void *address, size_t size, const char *file,
+                                           int32_t line, bool lform) {
   const auto a = reinterpret_cast<uintptr_t>(address);
   const uintptr_t off = a - arena_base.load(relaxed);
   if (__builtin_expect(off >= arena_bytes, 0)) {
@@ -734,7 +735,7 @@ inline void release(void *address, size_t size, const char *file, int32_t line, 
   if (file) remember_site(a, n, file, line);
 }
 
-inline void *take(size_t size, unsigned char colour, bool zero) {
+[[gnu::always_inline]] inline void *take(size_t size, unsigned char colour, bool zero) {
   if (size == 0) return reinterpret_cast<void *>(zero_size_marker);
   if (size <= small_max) return take_small(size, colour, zero);
   return take_large(size, colour, zero);
