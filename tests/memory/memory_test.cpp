@@ -113,6 +113,22 @@ TEST(Allocate, RefusedMappingIsAShortageToo) {
                fatal_text("", "ALLOCATE failed: Out of memory"));
 }
 
+// ALLOCATE(..., STAT=s, ERRMSG=m) and DEALLOCATE likewise: the codes set
+// here give the texts of their ERRMSG=.
+TEST(Allocate, StatCodesHaveTheirErrmsgTexts) {
+  char msg[40];
+  int32_t stat = 0;
+  EXPECT_EQ(__KAFf90_Allocate_zas(too_much, &stat), nullptr);
+  std::memset(msg, '?', sizeof msg);
+  __KAFf90_stat_errmsg(stat, msg, sizeof msg);
+  EXPECT_EQ(std::string(msg, 13), "Out of memory") << stat;
+  stat = 0;
+  __KAFf90_Deallocate_p(nullptr, 8, &stat);
+  std::memset(msg, '?', sizeof msg);
+  __KAFf90_stat_errmsg(stat, msg, sizeof msg);
+  EXPECT_EQ(std::string(msg, 25), "Pointer is not associated") << stat;
+}
+
 TEST(Allocate, StatZeroOnSuccess) {
   int32_t stat = 0;
   void *a = __KAFf90_Allocate_s(40, &stat);
