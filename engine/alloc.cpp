@@ -841,6 +841,8 @@ void __KAFf90_delete_avlpat(void) {
     freemem(kaf::pages::the_pages, reinterpret_cast<void *>(r->address), r->bytes);
     r->state = state_returned;
   }
+  for (size_t i = 0; i < large_cap; ++i)
+    if (large_table[i].state != state_live) large_table[i].site_file = nullptr;
 }
 
 void *__KAFf90_getmem(size_t size, int32_t colour) {

@@ -2,6 +2,7 @@
 // checks on every release (each fault with its exact message, none of them
 // reading the memory being released).
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <atomic>
@@ -11,7 +12,6 @@
 #include <random>
 #include <string>
 #include <thread>
-#include <sys/mman.h>
 #include <vector>
 
 #include "kafrts.h"
@@ -472,14 +472,17 @@ TEST(Allocator, PageColoursNameWhatABlockIs) {
 }
 
 TEST(AllocatorFaults, DeleteAvlpatForgetsWhereBlocksWereReleased) {
-  auto r = in_child([] {
-    void *p = __KAFf90_pAlloc(72);
-    __KAFf90_lpDeAlloc("e.f90", 1, p, 72);
-    __KAFf90_delete_avlpat();
-    __KAFf90_lpDeAlloc("e.f90", 2, p, 72);
-  });
-  expect_fatal(r, fatal_text("e.f90, line 2: ",
-                             "Invalid deallocation of size 72: block was already deallocated"));
+  for (size_t n : {size_t(72), size_t(1 << 20), size_t(100 << 20)}) {
+    auto r = in_child([n] {
+      void *p = __KAFf90_pAlloc(n);
+      __KAFf90_lpDeAlloc("e.f90", 1, p, n);
+      __KAFf90_delete_avlpat();
+      __KAFf90_lpDeAlloc("e.f90", 2, p, n);
+    });
+    expect_fatal(r,
+                 fatal_text("e.f90, line 2: ", "Invalid deallocation of size " + std::to_string(n) +
+                                                   ": block was already deallocated"));
+  }
 }
 
 // A span emptied while another is in use gives its pages back; the blocks
