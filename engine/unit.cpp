@@ -399,6 +399,8 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
     if (!f && want == ACTION_WRITE) f = std::fopen(name, "a");
   }
   if (!f) return fail(E_OPEN_FAILED, number);
+  // The unit buffers whole records itself; the stream need not copy them again.
+  std::setvbuf(f, nullptr, _IONBF, 0);
   if (position == 2) std::fseek(f, 0, SEEK_END);
 
   u = new_unit(number);
