@@ -354,7 +354,11 @@ kaf_status parse_next_edit(kaf_ioctx &c, int direction) {
       if (c.have_count) return raise(c, E_REPEAT_NOTHING);
       if (direction == DIR_OUTPUT) {
         if (c.pos > c.max_pos) c.max_pos = c.pos;
-        if (kaf_status s = settle_tab(c, direction)) return s;
+        // A target behind the data written takes effect now; one ahead stays
+        // pending for the next item (and lengthens nothing if none comes).
+        const std::int64_t hi = c.pos > c.max_pos ? c.pos : c.max_pos;
+        if (c.tab_pending && c.tab_target < hi)
+          if (kaf_status s = position_file_from(c, c.tab_target, direction)) return s;
       }
       c.fmt_pos = next;
       c.edit_code = EDIT_COLON;
@@ -565,7 +569,9 @@ kaf_status definitely_next_edit(kaf_ioctx &c, int direction) {
     if (kaf_status s = maybe_next_edit(c, direction)) return s;
     if (c.edit_code != EDIT_COLON) break;
   }
-  if (c.fmt_pos < c.fmt_end && c.edit_code != EDIT_COLON) return 0;
+  // Stopped at a data edit descriptor (which may be the last item of the
+  // format, with fmt_pos then at its end): no reversion.
+  if (c.edit_code != EDIT_COLON && c.edit_code != EDIT_END) return 0;
   // Reversion: the format is exhausted and another item wants a descriptor.
   const char *old = c.fmt_pos;
   c.fmt_pos = c.revert_pos;
