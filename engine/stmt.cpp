@@ -96,7 +96,7 @@ kaf_status next_input_record(kaf_ioctx *c, unit_rec *u) {
   char *rec;
   std::int64_t len;
   u->rec_pending = 0;
-  if (!read_record(u, &rec, &len)) {
+  if (!read_buffered_record(u, &rec, &len)) {
     u->at_end = 1;
     u->head.status = static_cast<std::uint8_t>(u->head.status | UNIT_AT_EOF);
     c->buffer = nullptr;

@@ -11,7 +11,6 @@
 // - DIRECT and STREAM access and UNFORMATTED form are accepted by OPEN;
 //   formatted sequential transfers on such units are refused (1050, 1052).
 // - NEWUNIT= numbers count down from -10.
-#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <initializer_list>
@@ -214,29 +213,6 @@ void switch_to_writing(unit_rec *u) {
   u->rec_pending = 0;
   u->last_op = LAST_WRITE;
 }
-
-namespace {
-
-// The first newline in [p, end), or null. Short records are the common
-// case: the first 64 bytes are searched a word at a time before memchr.
-char *find_newline(char *p, char *end) {
-  char *stop = end - p > 64 ? p + 64 : end;
-  while (stop - p >= 8) {
-    std::uint64_t v;
-    std::memcpy(&v, p, 8);
-    const std::uint64_t x = v ^ 0x0A0A0A0A0A0A0A0Au;
-    const std::uint64_t zero = (x - 0x0101010101010101u) & ~x & 0x8080808080808080u;
-    if (zero) return p + (std::countr_zero(zero) >> 3);
-    p += 8;
-  }
-  while (p < stop) {
-    if (*p == '\n') return p;
-    ++p;
-  }
-  return p < end ? static_cast<char *>(std::memchr(p, '\n', static_cast<std::size_t>(end - p))) : nullptr;
-}
-
-}  // namespace
 
 bool read_record(unit_rec *u, char **rec, std::int64_t *len) {
   for (;;) {

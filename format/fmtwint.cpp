@@ -27,15 +27,15 @@ constexpr struct DigitPairs {
 // The eight decimal digits of n < 10^8 (leading zeros included) at out,
 // converted in parallel: two 4-digit lanes, each split into 2-digit and
 // then 1-digit lanes by multiplications that cannot carry between lanes.
-inline void eight_digits(std::uint32_t n, char *out) {
+// The result holds one digit value (0 to 9) per byte, the most significant
+// digit in the lowest byte, so that it can be stored as it is.
+inline std::uint64_t eight_digits(std::uint32_t n) {
   const std::uint64_t hi = n / 10000, lo = n % 10000;
   std::uint64_t v = hi | (lo << 32);
   const std::uint64_t q = ((v * 5243) >> 19) & 0x0000007F0000007Fu;  // / 100 per lane
   v = ((v - q * 100) << 16) | q;
   const std::uint64_t t = ((v * 103) >> 10) & 0x000F000F000F000Fu;   // / 10 per lane
-  v = ((v - t * 10) << 8) | t;
-  v += 0x3030303030303030u;
-  std::memcpy(out, &v, 8);
+  return ((v - t * 10) << 8) | t;
 }
 
 // Writes the decimal digits of mag backwards ending just before end;
@@ -126,6 +126,37 @@ inline int digit_count(std::uint64_t mag) {
   return t + 1 - (mag < powers_of_ten[t]);
 }
 
+// The usual field, written inline by the item entries: w of at least 8
+// places, a magnitude under 10^8, a byte record with room for the field.
+// False when the general routine must do it.
+[[gnu::always_inline]] inline bool format_I_fast(kaf_ioctx &c, std::int64_t value) {
+  const std::int32_t w = c.w, m = c.m;
+  const std::uint64_t mag = value < 0 ? 0 - static_cast<std::uint64_t>(value)
+                                      : static_cast<std::uint64_t>(value);
+  if (!(m <= w && m > 0) || !(w >= 8 && mag < 100000000 && unit_width(c.encoding) == 1 &&
+                              static_cast<std::uint64_t>(c.pos + w) <= c.limit))
+    return false;
+  // Its last eight places come from one word, leading zero digits turned
+  // into blanks; sign and minimum-digit zeros go over those blanks.
+  const std::uint64_t digits = eight_digits(static_cast<std::uint32_t>(mag));
+  const int lead = digits ? std::countr_zero(digits) >> 3 : 7;  // zero digits in front
+  const int nd = 8 - lead;
+  const char sign = value < 0 ? '-' : c.sign_mode == SIGN_PLUS ? '+' : 0;
+  const int zeros = m > nd ? m - nd : 0;
+  if ((sign ? 1 : 0) + zeros + nd > w) return false;  // asterisks: the general way
+  char *start = static_cast<char *>(c.buffer) + c.pos;
+  char *q = start + w - 8;
+  for (char *b = start; b < q; b += 8) std::memcpy(b, "        ", 8);  // may run into q's word
+  const std::uint64_t blanks = lead ? (~std::uint64_t{0} >> (64 - 8 * lead)) : 0;
+  const std::uint64_t word = ((digits + 0x3030303030303030u) & ~blanks) | (0x2020202020202020u & blanks);
+  std::memcpy(q, &word, 8);
+  q += lead;
+  for (int i = 0; i < zeros; ++i) *--q = '0';
+  if (sign) *--q = sign;
+  c.pos += w;
+  return true;
+}
+
 // Iw.m editing of one value (32-bit values arrive sign-extended).
 kaf_status format_I(kaf_ioctx &c, std::int64_t value) {
   const std::int32_t w = c.w, m = c.m;
@@ -142,19 +173,6 @@ kaf_status format_I(kaf_ioctx &c, std::int64_t value) {
     if (need > w) return put_stars(c, w);
     char *start = static_cast<char *>(c.buffer) + c.pos;
     char *q = start + w;
-    if (w >= 8 && mag < 100000000) {
-      // Blanks over the field eight at a time, then all eight digit places
-      // at its right end; the places left of the digits are set below.
-      for (int i = 0; i + 8 <= w; i += 8) std::memcpy(start + i, "        ", 8);
-      std::memcpy(q - 8, "        ", 8);
-      eight_digits(static_cast<std::uint32_t>(mag), q - 8);
-      for (char *b = q - 8; b < q - nd; ++b) *b = ' ';
-      q -= nd;
-      for (int i = 0; i < zeros; ++i) *--q = '0';
-      if (sign) *--q = sign;
-      c.pos += w;
-      return 0;
-    }
     decimal_digits(mag, q);
     q -= nd;
     for (int i = 0; i < zeros; ++i) *--q = '0';
@@ -217,6 +235,10 @@ kaf_status write_int_item(kaf_ioctx &c, Int value) {
   char digits[72];
   switch (c.edit_code) {
   case EDIT_I:
+    if (format_I_fast(c, static_cast<std::int64_t>(value))) {
+      s = 0;
+      break;
+    }
     s = format_I(c, static_cast<std::int64_t>(value));
     break;
   case EDIT_B:
