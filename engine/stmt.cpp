@@ -322,10 +322,11 @@ std::int32_t __KAFf90_set_ioctx_advance(kaf_ioctx *c, const char *advance, std::
   return 0;
 }
 
-void __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
+std::int32_t __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
   *counter = 0;
+  if (!(c->stmt_bits & STMT_NONADVANCING)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_SIZE));
   c->size_var = reinterpret_cast<std::uint64_t>(counter);
-  if (!(c->stmt_bits & STMT_NONADVANCING)) __KAFf90_ioerr(c, E_SIZE);
+  return 0;
 }
 
 std::int32_t __KAFf90_end_read_sequential(kaf_ioctx *c) {

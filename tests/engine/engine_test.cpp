@@ -249,6 +249,15 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   ASSERT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
   EXPECT_EQ(__KAFf90_set_ioctx_advance(st.ctx, "MAYBE", 5), 1120);
   EXPECT_EQ(st.message(), "ADVANCE= specifier must be 'YES' or 'NO'");
+  std::int64_t size = 5;
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 35, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR | KAF_IO_END), -1);
+  write_ints(35, "(I2)", {1});
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 35, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_set_ioctx_advance(st.ctx, "YES", 3), 0);
+  EXPECT_EQ(__KAFf90_set_ioctx_size(st.ctx, &size), 1121);
+  EXPECT_EQ(st.message(), "SIZE= is not valid without ADVANCE='NO'");
   __KAFf90_close4(nullptr, 0, 35, "DELETE", 6, nullptr, nullptr, 0, 0);
 }
 
