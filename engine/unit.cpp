@@ -434,7 +434,13 @@ std::int32_t __KAFf90_close4(const char *src_file, std::int32_t src_line, std::i
   if (iostat) *iostat = 0;
   const int how = choose(status, status_len, {"KEEP", "DELETE"});
   unit_rec *u = find_unit(number);
-  if (how == -1) return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_STATUS, 0);
+  if (how == -1) {
+    unit_rec proto;  // describes the unit in the message when none is connected
+    std::memset(&proto, 0, sizeof proto);
+    proto.head.number = number;
+    proto.formatted = 1;
+    return statement_error(src_file, src_line, u ? u : &proto, iostat, iomsg, iomsg_len, flags, E_STATUS, 0);
+  }
   if (!u) return 0;  // closing an unconnected unit is allowed
   if (how == 0 && u->scratch)
     return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_SCRATCH_KEEP, 0);
