@@ -286,10 +286,11 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
   proto.head.number = number;
   proto.formatted = 1;
   auto fail = [&](std::int32_t code, std::int64_t insertion) {
+    const std::int32_t status = statement_error(src_file, src_line, &proto, s->iostat, s->iomsg,
+                                                s->iomsg_len, s->flags, code, insertion);
     if (proto.name) __KAFf90_oDeAlloc(proto.name, proto.name_size);
     proto.name = nullptr;
-    return statement_error(src_file, src_line, &proto, s->iostat, s->iomsg, s->iomsg_len,
-                           s->flags, code, insertion);
+    return status;
   };
   if (s->iostat) *s->iostat = 0;
   const int status = choose(s->status, s->status_len, {"OLD", "NEW", "SCRATCH", "REPLACE", "UNKNOWN"});

@@ -405,6 +405,18 @@ TEST(EngineFatal, ReportsNameTheUnit) {
   EXPECT_EQ(internal.err, "Runtime Error: End of internal file\n"
                           "Program terminated by I/O error on internal file\n"
                           "Program terminated by fatal error\n");
+  const auto open_old = kaftest::run_in_child([] {
+    spec sp;
+    sp.s.iostat = nullptr;
+    sp.s.iomsg = nullptr;
+    sp.s.flags = 0;
+    SET(sp, file, "/nonexistent-dir/old.txt");
+    SET(sp, status, "OLD");
+    __KAFf90_openf4x("prog.f90", 3, 20, &sp.s);
+  });
+  EXPECT_EQ(open_old.err, "Runtime Error: prog.f90, line 3: Cannot find OLD file\n"
+                          "Program terminated by I/O error on unit 20 (File=\"/nonexistent-dir/old.txt\",Formatted,Sequential)\n"
+                          "Program terminated by fatal error\n");
   // Output waiting in the unit's buffer reaches the file at a fatal end.
   const std::string kept = temp_name("kept");
   const auto flushed = kaftest::run_in_child([&] {
