@@ -233,6 +233,10 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   stmt st;
   EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 33, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1048);
   EXPECT_EQ(st.message(), "Unit 33 is not connected");
+  EXPECT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, -7, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1047);
+  EXPECT_EQ(st.message(), "Unit number -7 out of range");
+  EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, INT64_C(1) << 40, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1047);
+  EXPECT_EQ(st.message(), "Unit number 1099511627776 out of range");
   EXPECT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 6, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1051);
   EXPECT_EQ(st.message(), "Unit 6 is not connected for READ action");
   EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 5, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1053);
