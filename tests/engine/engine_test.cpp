@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "kafrts.h"
 #include "support/child.h"
@@ -333,6 +334,34 @@ TEST(EngineInternal, ScalarAndArrayFiles) {
   EXPECT_EQ(__KAFf90_fmt_read_i(st.ctx, &v), static_cast<std::uint64_t>(-1));
   EXPECT_EQ(st.iostat, -1);
   EXPECT_EQ(st.message(), "End of internal file");
+}
+
+// Internal files of the other character kinds hold 16- or 32-bit units.
+TEST(EngineInternal, WideKinds) {
+  std::uint32_t wide[6];
+  kaf_ifile f;
+  stmt st;
+  __KAFf90_scalar_ifilex(&f, reinterpret_cast<char *>(wide), 6, 23);
+  ASSERT_EQ(__KAFf90_write_ifile(st.ctx, &f, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_establish_format(st.ctx, "(I3,A2)", -1, 2), 0u);
+  ASSERT_EQ(__KAFf90_fmt_write_i(st.ctx, -5), 0u);
+  const std::uint32_t kana[] = {0x3042, 0x3044};
+  ASSERT_EQ(__KAFf90_fmt_write_ch4(st.ctx, kana, 2), 0u);
+  ASSERT_EQ(__KAFf90_end_write_ifile(st.ctx), 0);
+  EXPECT_EQ(std::vector<std::uint32_t>(wide, wide + 6),
+            (std::vector<std::uint32_t>{' ', '-', '5', 0x3042, 0x3044, ' '}));
+  std::uint16_t sj[4] = {'4', '2', 0x82A0, 0x82A2};
+  __KAFf90_scalar_ifilex(&f, reinterpret_cast<char *>(sj), 4, 21);
+  ASSERT_EQ(__KAFf90_read_internal_file(st.ctx, &f, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_establish_format(st.ctx, "(I2,A)", -1, 1), 0u);
+  std::int32_t v = 0;
+  std::uint32_t text[2] = {0, 0};
+  ASSERT_EQ(__KAFf90_fmt_read_i(st.ctx, &v), 0u);
+  ASSERT_EQ(__KAFf90_fmt_read_ch4(st.ctx, text, 2), 0u);
+  ASSERT_EQ(__KAFf90_end_read_internal(st.ctx), 0);
+  EXPECT_EQ(v, 42);
+  EXPECT_EQ(text[0], 0x3042u);  // Shift-JIS 0x82A0 is HIRAGANA LETTER A
+  EXPECT_EQ(text[1], 0x3044u);
 }
 
 TEST(EnginePreconnected, StandardOutputAndInput) {
