@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int E_INTERNAL_OVERFLOW = 1001, E_NOT_CONNECTED = 1048, E_NOT_SEQUENTIAL = 1050,
+constexpr int E_INTERNAL_OVERFLOW = 1001, E_UNIT_RANGE = 1047, E_NOT_CONNECTED = 1048, E_NOT_SEQUENTIAL = 1050,
               E_NOT_READ = 1051, E_NOT_FORMATTED = 1052, E_NOT_WRITE = 1053,
               E_RECORD_SHORT = 1107, E_ADVANCE = 1120, E_SIZE = 1121, E_WRITE_FAILED = 1152,
               E_OUTPUT_OVERFLOW = 1000;
@@ -67,9 +67,8 @@ kaf_status end_output_record(kaf_ioctx *c, std::int64_t len) {
   unit_rec *u = unit_of(c);
   u->wbuf[u->wlen + static_cast<std::size_t>(len)] = '\n';
   u->wlen += static_cast<std::size_t>(len) + 1;
-  if (u->wcap - u->wlen < 512)
-    if (!drain_output(u)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
-  if (!reserve_output(u, 0, 512)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
+  if (u->wcap - u->wlen >= 512) return 0;
+  if (!drain_output(u) || !reserve_output(u, 0, 512)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
   return 0;
 }
 
@@ -97,7 +96,7 @@ kaf_status next_input_record(kaf_ioctx *c, unit_rec *u) {
   char *rec;
   std::int64_t len;
   u->rec_pending = 0;
-  if (!read_record(u, &rec, &len)) {
+  if (!read_buffered_record(u, &rec, &len)) {
     u->at_end = 1;
     u->head.status = static_cast<std::uint8_t>(u->head.status | UNIT_AT_EOF);
     c->buffer = nullptr;
@@ -188,6 +187,8 @@ std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool inp
     unconnected.head.number = number;
     unconnected.formatted = 1;
     c->unit = &unconnected;
+    if (number < 0 || number > 0x7fffffff)  // not a NEWUNIT= number either
+      return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_UNIT_RANGE, number));
     return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_CONNECTED, static_cast<std::int32_t>(number)));
   }
   const std::int32_t n = static_cast<std::int32_t>(number);
@@ -323,10 +324,11 @@ std::int32_t __KAFf90_set_ioctx_advance(kaf_ioctx *c, const char *advance, std::
   return 0;
 }
 
-void __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
+std::int32_t __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
   *counter = 0;
+  if (!(c->stmt_bits & STMT_NONADVANCING)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_SIZE));
   c->size_var = reinterpret_cast<std::uint64_t>(counter);
-  if (!(c->stmt_bits & STMT_NONADVANCING)) __KAFf90_ioerr(c, E_SIZE);
+  return 0;
 }
 
 std::int32_t __KAFf90_end_read_sequential(kaf_ioctx *c) {
