@@ -203,7 +203,7 @@ int g0_digits(real_kind kind) {
     case real_kind::half: return 5;
     case real_kind::single: return 9;
     case real_kind::dbl: return 17;
-    case real_kind::ddouble: return 33;
+    case real_kind::ddouble: return 32;  // 106 bits: 31.9 decimal digits
   }
   return 17;
 }

@@ -292,7 +292,7 @@ TEST(RealOutputDoubleDouble, DigitsBeyondDouble) {
   EXPECT_EQ(edit("ES30.22", 1.0, lo, real_kind::ddouble), "  1.0000000000000000008674E+00");
   EXPECT_EQ(edit("RD,F25.20", 1.0, -lo, real_kind::ddouble), "   0.99999999999999999913");
   EXPECT_EQ(edit("RU,F25.20", 1.0, -lo, real_kind::ddouble), "   0.99999999999999999914");
-  EXPECT_EQ(edit("G0", 1.0, lo, real_kind::ddouble), "1.00000000000000000086736173798840");
+  EXPECT_EQ(edit("G0", 1.0, lo, real_kind::ddouble), "1.0000000000000000008673617379884");
 }
 
 // ---------------------------------------------------------------------------
