@@ -209,38 +209,7 @@ std::size_t field_string(std::uint8_t code, const std::int32_t *params, std::int
   return len;
 }
 
-// $F / $G / $Q text: F0.6 inside the bound, else 1PE0.d with every digit the
-// kind needs to read back (d = 16 for a double, 32 for a double-double).
-std::size_t dollar_text(char *buf, std::size_t size, double hi, double lo, double bound, int e_digits,
-                        real_kind kind) {
-  if (size == 0) return 0;
-  double a = std::fabs(hi + lo);
-  bool f_form = !(a >= bound);  // NaN and infinity too
-  if (std::isinf(hi)) f_form = true;
-  edit_spec s{f_form ? std::uint8_t{'F'} : std::uint8_t{'E'}, 0, f_form ? 6 : e_digits, 0, f_form ? 0 : 1,
-              4, 1, '.'};
-  char text[1024];
-  field f = kaf::freal::edit_real(s, hi, lo, kind, text);
-  std::size_t n = f.error || f.stars ? 0 : static_cast<std::size_t>(f.len);
-  if (n > size - 1) n = size - 1;
-  std::memcpy(buf, text, n);
-  buf[n] = 0;
-  return n;
-}
-
 }  // namespace
-
-namespace kaf::freal {
-
-std::size_t format_dollar_F(char *buf, std::size_t size, double x) {
-  return dollar_text(buf, size, x, 0.0, 1e20, 16, real_kind::dbl);
-}
-
-std::size_t format_dollar_G(char *buf, std::size_t size, kaf_dd x) {
-  return dollar_text(buf, size, x.hi, x.lo, 1e30, 32, real_kind::ddouble);
-}
-
-}  // namespace kaf::freal
 
 extern "C" {
 
