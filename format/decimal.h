@@ -74,6 +74,8 @@ struct decimal_number {
   int n;
   bool sticky;
   std::int64_t exp10;
+  std::uint64_t head = 0;  // the value of digits[0..head_n), when a reader
+  int head_n = 0;          // has it already (head_n = min(n, 19)); else 0
 };
 
 // The correctly rounded value of |number| in format f under m, as a double

@@ -100,15 +100,19 @@ dec::rmode mode_for(const edit_spec &s, bool negative) {
 
 // F editing of hi + lo with frac digits after the point; the value is scaled
 // by 10^k first.
+// `pre`, when given, holds the digits already rounded at the right place.
 field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, int k, char *text,
-             bool keep_zero = false) {
-  decimal_digits dd;
-  if (hi == 0 && lo == 0) {
-    dd.n = 0;
-    dd.decpt = 0;
+             bool keep_zero = false, const decimal_digits *pre = nullptr) {
+  decimal_digits own;
+  const decimal_digits &dd = pre ? *pre : own;
+  if (pre) {
+    // laid out as they are
+  } else if (hi == 0 && lo == 0) {
+    own.n = 0;
+    own.decpt = 0;
   } else {
-    dec::to_fixed(hi, lo, frac + k, mode_for(s, sg.negative), dd);
-    dd.decpt += k;
+    dec::to_fixed(hi, lo, frac + k, mode_for(s, sg.negative), own);
+    own.decpt += k;
   }
   int len = layout_F(text, sg, dd, frac, s.decimal_char);
   len = drop_optional_zero(text, len, sg.negative || sg.plus, s.w, s.decimal_char, keep_zero);
@@ -117,18 +121,21 @@ field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, i
 
 // The E and D forms (letter 'E' or 'D'), with scale factor k.
 field edit_E(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text,
-             bool keep_zero = false) {
+             bool keep_zero = false, const decimal_digits *pre = nullptr) {
   int d = s.d < 0 ? 0 : s.d, k = s.k;
   if (k <= -d || k > d + 1) return {0, 0, false, 1002};
   int sig = k <= 0 ? d + k : d + 1;
-  decimal_digits dd;
+  decimal_digits own;
+  const decimal_digits &dd = pre ? *pre : own;
   int exp;
-  if (hi == 0 && lo == 0) {
-    dd.n = 0;
+  if (pre) {
+    exp = dd.decpt - k;
+  } else if (hi == 0 && lo == 0) {
+    own.n = 0;
     exp = 0;
   } else {
-    dec::to_significant(hi, lo, sig, mode_for(s, sg.negative), dd);
-    exp = dd.decpt - k;
+    dec::to_significant(hi, lo, sig, mode_for(s, sg.negative), own);
+    exp = own.decpt - k;
   }
   int n = put_sign(text, sg);
   if (k <= 0) {
@@ -228,6 +235,8 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
   bool zero = hi == 0 && lo == 0;
   int s_exp = 0;
   bool use_f;
+  decimal_digits dd;
+  const decimal_digits *rounded = nullptr;
   if (zero) {
     use_f = d != 0;
     s_exp = 1;
@@ -239,17 +248,20 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
   } else {
     // The standard's choice: round to d significant digits under the mode,
     // and the decimal exponent of that selects the form.
-    decimal_digits dd;
+    // These digits serve either form: the F form rounds at the same place
+    // (after a carry to 10^s the coarser place gives 10^s as well), and so
+    // does the E form without a scale factor.
     dec::to_significant(hi, lo, d, mode_for(s, sg.negative), dd);
     s_exp = dd.decpt;
     use_f = s_exp >= 0 && s_exp <= d;
+    rounded = &dd;
   }
   field f;
   if (use_f) {
     edit_spec fs = es;
     fs.w = g0 ? 0 : es.w - n;
     if (!g0 && fs.w <= 0) return star_field();
-    f = edit_F(fs, sg, hi, lo, d - s_exp, 0, text, g0);
+    f = edit_F(fs, sg, hi, lo, d - s_exp, 0, text, g0, rounded);
     if (g0) return squeeze(f, text);
     if (f.stars) return star_field();
     // The F field is followed by n blanks.
@@ -262,10 +274,10 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
     edit_spec e0 = es;
     e0.k = 0;
     e0.w = 0;
-    f = edit_E(e0, sg, hi, lo, 0, text, true);
+    f = edit_E(e0, sg, hi, lo, 0, text, true, rounded);
     return squeeze(f, text);
   }
-  return edit_E(es, sg, hi, lo, 'E', text);
+  return edit_E(es, sg, hi, lo, 'E', text, false, es.k == 0 ? rounded : nullptr);
 }
 
 // $F / $G / $Q text: F0.6 inside the bound, else 1PE0.d with every digit the

@@ -134,6 +134,28 @@ TEST(RealInputFields, HalfAndDoubleDoubleKinds) {
   EXPECT_EQ(dd.lo, -5.551115123125783e-18);
 }
 
+// The field read straight from memory and the field read a character at a
+// time agree on every field, plain or not: value, error and overflow.
+TEST(RealInputFields, PlainReaderAgreesWithTheGeneralOne) {
+  std::mt19937_64 rng(6);
+  static constexpr const char pieces[][6] = {"1", "23", "0", "000", "45678", "9", ".", " ", "\t", "+",
+                                             "-", "E", "e", "D", "d", "E+", "e-", "x", "I", "N"};
+  for (int i = 0; i < 200000; ++i) {
+    std::string f;
+    int parts = 1 + static_cast<int>(rng() % 8);
+    for (int j = 0; j < parts; ++j) f += pieces[rng() % std::size(pieces)];
+    if (rng() % 3 == 0) f = "  " + f + "  ";
+    for (unsigned mode : {0u, 2u}) {
+      input_spec s{false, '.', static_cast<int>(rng() % 3), static_cast<int>(rng() % 3) - 1, mode};
+      real_input a = kaf::freal::scan_real_text(f.data(), f.size(), s, real_kind::dbl);
+      real_input b = kaf::freal::scan_real_text_general(f.data(), f.size(), s, real_kind::dbl);
+      ASSERT_EQ(a.error, b.error) << "'" << f << "'";
+      ASSERT_EQ(a.overflow, b.overflow) << "'" << f << "'";
+      ASSERT_EQ(std::bit_cast<std::uint64_t>(a.hi), std::bit_cast<std::uint64_t>(b.hi)) << "'" << f << "'";
+    }
+  }
+}
+
 // Random fields in every written form against strtod and MPFR.
 TEST(RealInputFields, RandomFieldsMatchReferences) {
   std::mt19937_64 rng(5);
