@@ -67,9 +67,8 @@ kaf_status end_output_record(kaf_ioctx *c, std::int64_t len) {
   unit_rec *u = unit_of(c);
   u->wbuf[u->wlen + static_cast<std::size_t>(len)] = '\n';
   u->wlen += static_cast<std::size_t>(len) + 1;
-  if (u->wcap - u->wlen < 512)
-    if (!drain_output(u)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
-  if (!reserve_output(u, 0, 512)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
+  if (u->wcap - u->wlen >= 512) return 0;
+  if (!drain_output(u) || !reserve_output(u, 0, 512)) return __KAFf90_ioerr(c, E_WRITE_FAILED);
   return 0;
 }
 
@@ -97,7 +96,7 @@ kaf_status next_input_record(kaf_ioctx *c, unit_rec *u) {
   char *rec;
   std::int64_t len;
   u->rec_pending = 0;
-  if (!read_record(u, &rec, &len)) {
+  if (!read_buffered_record(u, &rec, &len)) {
     u->at_end = 1;
     u->head.status = static_cast<std::uint8_t>(u->head.status | UNIT_AT_EOF);
     c->buffer = nullptr;

@@ -218,7 +218,7 @@ bool read_record(unit_rec *u, char **rec, std::int64_t *len) {
   for (;;) {
     char *start = u->rbuf + u->rpos;
     const std::size_t have = u->rlen - u->rpos;
-    if (char *nl = have ? static_cast<char *>(std::memchr(start, '\n', have)) : nullptr) {
+    if (char *nl = have ? find_newline(start, start + have) : nullptr) {
       *rec = start;
       *len = nl - start;
       u->rpos += static_cast<std::size_t>(nl - start) + 1;
@@ -399,6 +399,8 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
     if (!f && want == ACTION_WRITE) f = std::fopen(name, "a");
   }
   if (!f) return fail(E_OPEN_FAILED, number);
+  // The unit buffers whole records itself; the stream need not copy them again.
+  std::setvbuf(f, nullptr, _IONBF, 0);
   if (position == 2) std::fseek(f, 0, SEEK_END);
 
   u = new_unit(number);

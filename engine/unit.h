@@ -2,8 +2,10 @@
 // statement begin and end calls and the error exit.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "format/context.h"
 
@@ -50,9 +52,38 @@ unit_rec *find_unit(std::int64_t number);
 bool drain_output(unit_rec *u);
 // Ends a record left open by a non-advancing WRITE.
 bool commit_kept_record(unit_rec *u);
+// The first newline in [p, end), or null. Short records are the common
+// case: the first 64 bytes are searched a word at a time before memchr.
+inline char *find_newline(char *p, char *end) {
+  char *stop = end - p > 64 ? p + 64 : end;
+  while (stop - p >= 8) {
+    std::uint64_t v;
+    std::memcpy(&v, p, 8);
+    const std::uint64_t x = v ^ 0x0A0A0A0A0A0A0A0Au;
+    const std::uint64_t zero = (x - 0x0101010101010101u) & ~x & 0x8080808080808080u;
+    if (zero) return p + (std::countr_zero(zero) >> 3);
+    p += 8;
+  }
+  while (p < stop) {
+    if (*p == '\n') return p;
+    ++p;
+  }
+  return p < end ? static_cast<char *>(std::memchr(p, '\n', static_cast<std::size_t>(end - p))) : nullptr;
+}
+
 // Reads the next record (without its newline) into *rec/*len; false at end
 // of file. The record stays valid until the next call.
 bool read_record(unit_rec *u, char **rec, std::int64_t *len);
+// The same when the record is already buffered whole (the usual case).
+inline bool read_buffered_record(unit_rec *u, char **rec, std::int64_t *len) {
+  char *start = u->rbuf + u->rpos;
+  char *nl = u->rpos < u->rlen ? find_newline(start, u->rbuf + u->rlen) : nullptr;
+  if (!nl) return read_record(u, rec, len);
+  *rec = start;
+  *len = nl - start;
+  u->rpos += static_cast<std::size_t>(nl - start) + 1;
+  return true;
+}
 // Makes the stream ready to write after reads (truncating what follows).
 void switch_to_writing(unit_rec *u);
 // Grows wbuf so that at least need bytes are free after wlen + keep.

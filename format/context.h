@@ -203,7 +203,15 @@ struct kaf_ioctx {
   std::int32_t src_line;
   std::int32_t error_code;   // the last code raised through ioerr
   void *parent;              // parent context of a child statement, or null
-  std::uint64_t engine_spare[8];
+  std::uint64_t engine_spare[3];
+
+  // Format-private: the last data edit descriptor parsed, by its position.
+  const char *edit_cache_at;
+  const char *edit_cache_next;
+  std::int32_t edit_cache_w, edit_cache_d, edit_cache_e, edit_cache_m;
+  std::int32_t edit_cache_repeat;
+  std::uint8_t edit_cache_code;
+  std::uint8_t edit_cache_pad[3];
 };
 
 static_assert(offsetof(kaf_ioctx, unit) == 0);
@@ -307,7 +315,35 @@ kaf_status raise_field_status(kaf_ioctx &c);
 
 // Format interpreter (format.cpp).
 kaf_status establish_format(kaf_ioctx &c, const char *text, std::int64_t length, int direction);
-kaf_status maybe_next_edit(kaf_ioctx &c, int direction);
+kaf_status parse_next_edit(kaf_ioctx &c, int direction);
+// Advances to the next data edit descriptor, colon or end; the common cases
+// (a repeat factor still running, a descriptor parsed before, the end of
+// the format) are settled here without parsing.
+inline kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
+  if (c.fmt_spare > 0) {  // the data descriptor's own repeat factor
+    --c.fmt_spare;
+    return 0;
+  }
+  const char *p = c.fmt_pos;
+  if (!p) return 0;  // no format established
+  if (p == c.fmt_end && *p == ')' && c.depth == 0 && !c.tab_pending) {
+    c.edit_code = EDIT_END;
+    return 0;
+  }
+  if (p == c.edit_cache_at) {
+    c.edit_code = c.edit_cache_code;
+    c.w = c.edit_cache_w;
+    c.d = c.edit_cache_d;
+    c.e = c.edit_cache_e;
+    c.m = c.edit_cache_m;
+    c.fmt_spare = c.edit_cache_repeat - 1;
+    c.fmt_pos = c.edit_cache_next;
+    c.saw_data = 1;
+    c.have_count = 0;
+    return 0;
+  }
+  return parse_next_edit(c, direction);
+}
 kaf_status definitely_next_edit(kaf_ioctx &c, int direction);
 bool next_edit_is_DT(const kaf_ioctx &c);
 kaf_status position_file_from(kaf_ioctx &c, std::int64_t target, int direction);

@@ -4,6 +4,7 @@
 // The KIND=1 and KIND=2 entries read a 32-bit value and check its range
 // before storing it (1007, 1008); under B, O and Z they keep the low bits,
 // as a bit pattern is meant to be kept.
+#include <bit>
 #include <cctype>
 #include <cstring>
 #include <limits>
@@ -32,6 +33,71 @@ inline kaf_status next(kaf_ioctx &c, std::int32_t &rem, std::uint32_t &ch) {
   return 0;
 }
 
+// A field that lies whole in a byte record and holds a well-formed value
+// is converted straight from the buffer; anything else (a short record,
+// wide units, a stray character, an overflow) goes the careful way, which
+// starts again from the field's first character and raises the error.
+template <typename Int>
+bool read_decimal_fast(kaf_ioctx &c, Int *out) {
+  using U = std::make_unsigned_t<Int>;
+  constexpr U max = static_cast<U>(std::numeric_limits<Int>::max());
+  const std::int64_t w = c.w;
+  if (unit_width(c.encoding) != 1 || w <= 0 || c.pos + w > c.rec_len) return false;
+  const auto *p = static_cast<const std::uint8_t *>(c.buffer) + c.pos;
+  const auto *end = p + w;
+  const bool bz = c.blank_mode == 1;
+  while (end - p >= 8) {  // leading blanks eight at a time
+    std::uint64_t v;
+    std::memcpy(&v, p, 8);
+    const std::uint64_t x = v ^ 0x2020202020202020u;
+    if (x == 0) {
+      p += 8;
+      continue;
+    }
+    p += std::countr_zero(x) >> 3;
+    break;
+  }
+  while (p < end && (*p == ' ' || *p == '\t')) ++p;
+  bool negative = false;
+  if (p < end && (*p == '-' || *p == '+')) {
+    negative = *p++ == '-';
+    if (!bz)
+      while (p < end && (*p == ' ' || *p == '\t')) ++p;
+    if (p == end) return false;
+  }
+  // Up to 18 digits cannot overflow 64 bits; the bound is checked once.
+  if (end - p > 18) return false;
+  std::uint64_t acc = 0;
+  while (end - p >= 8) {  // eight digits at a time
+    std::uint64_t v;
+    std::memcpy(&v, p, 8);
+    if (((v & 0xF0F0F0F0F0F0F0F0u) | (((v + 0x0606060606060606u) & 0xF0F0F0F0F0F0F0F0u) >> 4)) !=
+        0x3333333333333333u)
+      break;
+    v -= 0x3030303030303030u;
+    v = v * 10 + (v >> 8);
+    v = (((v & 0x000000FF000000FFu) * (100 + (1000000ull << 32))) +
+         (((v >> 16) & 0x000000FF000000FFu) * (1 + (10000ull << 32)))) >> 32;
+    acc = acc * 100000000u + v;
+    p += 8;
+  }
+  for (; p < end; ++p) {
+    unsigned digit = static_cast<unsigned>(*p) - '0';
+    if (digit > 9) {
+      if (*p != ' ' && *p != '\t') return false;
+      if (!bz) continue;
+      digit = 0;
+    }
+    acc = acc * 10 + digit;
+  }
+  if (acc > max) return false;
+  *out = negative ? static_cast<Int>(0 - acc) : static_cast<Int>(acc);
+  c.pos += w;
+  c.nchars += static_cast<std::uint64_t>(w);
+  c.field_status = 0;
+  return true;
+}
+
 // Iw input into a signed integer of 32 or 64 bits. The accumulator bound is
 // the same for both signs, so the most negative value cannot be read.
 template <typename Int>
@@ -40,6 +106,7 @@ kaf_status read_decimal(kaf_ioctx &c, Int *out) {
   constexpr U max = static_cast<U>(std::numeric_limits<Int>::max());
   constexpr U bound = max / 10;  // 0xCCCCCCC or 0xCCCCCCCCCCCCCCC
   constexpr int overflow = sizeof(Int) == 4 ? E_TOO_LARGE_32 : E_TOO_LARGE_64;
+  if (read_decimal_fast(c, out)) return 0;
   c.field_status = 0;
   std::int32_t rem = c.w;
   std::uint32_t ch;

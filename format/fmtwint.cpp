@@ -3,6 +3,7 @@
 //
 // G0 of a LOGICAL item writes T or F (the width-zero form of L); G0.d of a
 // LOGICAL item is refused like G0.d of an INTEGER one.
+#include <bit>
 #include <cstring>
 #include <type_traits>
 
@@ -23,10 +24,42 @@ constexpr struct DigitPairs {
   }
 } digit_pairs;
 
+// The eight decimal digits of n < 10^8 (leading zeros included) at out,
+// converted in parallel: two 4-digit lanes, each split into 2-digit and
+// then 1-digit lanes by multiplications that cannot carry between lanes.
+// The result holds one digit value (0 to 9) per byte, the most significant
+// digit in the lowest byte, so that it can be stored as it is.
+inline std::uint64_t eight_digits(std::uint32_t n) {
+  const std::uint64_t hi = n / 10000, lo = n % 10000;
+  std::uint64_t v = hi | (lo << 32);
+  const std::uint64_t q = ((v * 5243) >> 19) & 0x0000007F0000007Fu;  // / 100 per lane
+  v = ((v - q * 100) << 16) | q;
+  const std::uint64_t t = ((v * 103) >> 10) & 0x000F000F000F000Fu;   // / 10 per lane
+  return ((v - t * 10) << 8) | t;
+}
+
 // Writes the decimal digits of mag backwards ending just before end;
 // returns how many (at least one).
 int decimal_digits(std::uint64_t mag, char *end) {
   char *p = end;
+  if (mag >= 10000 && mag < 100000000) {
+    // Two independent halves shorten the chain of divisions.
+    const std::uint32_t m = static_cast<std::uint32_t>(mag);
+    const std::uint32_t hi = m / 10000, lo = m % 10000;
+    std::memcpy(p - 2, digit_pairs.text + 2 * (lo % 100), 2);
+    std::memcpy(p - 4, digit_pairs.text + 2 * (lo / 100), 2);
+    p -= 4;
+    mag = hi;
+  } else if (mag <= 0xFFFFFFFFu) {  // 32-bit division is cheaper
+    std::uint32_t m = static_cast<std::uint32_t>(mag);
+    while (m >= 100) {
+      const unsigned r = m % 100;
+      m /= 100;
+      p -= 2;
+      std::memcpy(p, digit_pairs.text + 2 * r, 2);
+    }
+    mag = m;
+  }
   while (mag >= 100) {
     const unsigned r = static_cast<unsigned>(mag % 100);
     mag /= 100;
@@ -57,17 +90,16 @@ kaf_status put_text(kaf_ioctx &c, const char *s, std::int64_t n) {
 
 // Lays out blanks, sign, zeros and digits; the whole field goes straight into
 // a byte buffer when it fits, else one character at a time.
-kaf_status put_field(kaf_ioctx &c, std::int64_t blanks, char sign, std::int64_t zeros,
+[[gnu::always_inline]] inline kaf_status put_field(kaf_ioctx &c, std::int64_t blanks, char sign, std::int64_t zeros,
                      const char *digits, int ndigits) {
   const std::int64_t total = blanks + (sign ? 1 : 0) + zeros + ndigits;
   if (unit_width(c.encoding) == 1 && static_cast<std::uint64_t>(c.pos + total) <= c.limit) {
+    // Short runs: plain loops beat the library calls here.
     char *p = static_cast<char *>(c.buffer) + c.pos;
-    std::memset(p, ' ', static_cast<std::size_t>(blanks));
-    p += blanks;
+    for (std::int64_t i = 0; i < blanks; ++i) *p++ = ' ';
     if (sign) *p++ = sign;
-    std::memset(p, '0', static_cast<std::size_t>(zeros));
-    p += zeros;
-    std::memcpy(p, digits, static_cast<std::size_t>(ndigits));
+    for (std::int64_t i = 0; i < zeros; ++i) *p++ = '0';
+    for (int i = 0; i < ndigits; ++i) *p++ = digits[i];
     c.pos += total;
     return 0;
   }
@@ -82,6 +114,49 @@ kaf_status put_field(kaf_ioctx &c, std::int64_t blanks, char sign, std::int64_t 
 
 kaf_status put_stars(kaf_ioctx &c, std::int32_t w) { return put_run(c, '*', w); }
 
+constexpr std::uint64_t powers_of_ten[20] = {
+    1u, 10u, 100u, 1000u, 10000u, 100000u, 1000000u, 10000000u, 100000000u, 1000000000u,
+    10000000000u, 100000000000u, 1000000000000u, 10000000000000u, 100000000000000u,
+    1000000000000000u, 10000000000000000u, 100000000000000000u, 1000000000000000000u,
+    10000000000000000000u};
+
+// Number of decimal digits of mag (1 for 0).
+inline int digit_count(std::uint64_t mag) {
+  const int t = ((64 - std::countl_zero(mag | 1)) * 1233) >> 12;  // 1233 / 4096 ~ log10(2)
+  return t + 1 - (mag < powers_of_ten[t]);
+}
+
+// The usual field, written inline by the item entries: w of at least 8
+// places, a magnitude under 10^8, a byte record with room for the field.
+// False when the general routine must do it.
+[[gnu::always_inline]] inline bool format_I_fast(kaf_ioctx &c, std::int64_t value) {
+  const std::int32_t w = c.w, m = c.m;
+  const std::uint64_t mag = value < 0 ? 0 - static_cast<std::uint64_t>(value)
+                                      : static_cast<std::uint64_t>(value);
+  if (!(m <= w && m > 0) || !(w >= 8 && mag < 100000000 && unit_width(c.encoding) == 1 &&
+                              static_cast<std::uint64_t>(c.pos + w) <= c.limit))
+    return false;
+  // Its last eight places come from one word, leading zero digits turned
+  // into blanks; sign and minimum-digit zeros go over those blanks.
+  const std::uint64_t digits = eight_digits(static_cast<std::uint32_t>(mag));
+  const int lead = digits ? std::countr_zero(digits) >> 3 : 7;  // zero digits in front
+  const int nd = 8 - lead;
+  const char sign = value < 0 ? '-' : c.sign_mode == SIGN_PLUS ? '+' : 0;
+  const int zeros = m > nd ? m - nd : 0;
+  if ((sign ? 1 : 0) + zeros + nd > w) return false;  // asterisks: the general way
+  char *start = static_cast<char *>(c.buffer) + c.pos;
+  char *q = start + w - 8;
+  for (char *b = start; b < q; b += 8) std::memcpy(b, "        ", 8);  // may run into q's word
+  const std::uint64_t blanks = lead ? (~std::uint64_t{0} >> (64 - 8 * lead)) : 0;
+  const std::uint64_t word = ((digits + 0x3030303030303030u) & ~blanks) | (0x2020202020202020u & blanks);
+  std::memcpy(q, &word, 8);
+  q += lead;
+  for (int i = 0; i < zeros; ++i) *--q = '0';
+  if (sign) *--q = sign;
+  c.pos += w;
+  return true;
+}
+
 // Iw.m editing of one value (32-bit values arrive sign-extended).
 kaf_status format_I(kaf_ioctx &c, std::int64_t value) {
   const std::int32_t w = c.w, m = c.m;
@@ -89,6 +164,23 @@ kaf_status format_I(kaf_ioctx &c, std::int64_t value) {
   if (m == 0 && value == 0) return put_run(c, ' ', w == 0 ? 1 : w);
   const std::uint64_t mag = value < 0 ? 0 - static_cast<std::uint64_t>(value)
                                       : static_cast<std::uint64_t>(value);
+  if (w > 0 && unit_width(c.encoding) == 1 && static_cast<std::uint64_t>(c.pos + w) <= c.limit) {
+    // The field straight into the record, digits from its right end.
+    const int nd = digit_count(mag);
+    const char sign = value < 0 ? '-' : c.sign_mode == SIGN_PLUS ? '+' : 0;
+    const int zeros = m > nd ? m - nd : 0;
+    const int need = (sign ? 1 : 0) + zeros + nd;
+    if (need > w) return put_stars(c, w);
+    char *start = static_cast<char *>(c.buffer) + c.pos;
+    char *q = start + w;
+    decimal_digits(mag, q);
+    q -= nd;
+    for (int i = 0; i < zeros; ++i) *--q = '0';
+    if (sign) *--q = sign;
+    while (q > start) *--q = ' ';
+    c.pos += w;
+    return 0;
+  }
   char buf[24];
   const int nd = decimal_digits(mag, buf + sizeof buf);
   const char sign = value < 0 ? '-' : c.sign_mode == SIGN_PLUS ? '+' : 0;
@@ -143,6 +235,10 @@ kaf_status write_int_item(kaf_ioctx &c, Int value) {
   char digits[72];
   switch (c.edit_code) {
   case EDIT_I:
+    if (format_I_fast(c, static_cast<std::int64_t>(value))) {
+      s = 0;
+      break;
+    }
     s = format_I(c, static_cast<std::int64_t>(value));
     break;
   case EDIT_B:

@@ -80,7 +80,7 @@ kaf_status parameter(kaf_ioctx &c, const char *&p, std::int32_t *out, bool *got)
 }
 
 kaf_status required(kaf_ioctx &c, const char *&p, std::int32_t *out, bool nonzero) {
-  bool got;
+  bool got = false;
   if (kaf_status s = parameter(c, p, out, &got)) return s;
   if (!got) return raise(c, E_EXPECTED_INT);
   if (nonzero && *out == 0) return raise(c, E_ZERO);
@@ -236,15 +236,26 @@ kaf_status position_file_from(kaf_ioctx &c, std::int64_t target, int direction) 
   return 0;
 }
 
-kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
-  if (c.fmt_spare > 0) {  // the data descriptor's own repeat factor
-    --c.fmt_spare;
-    return 0;
-  }
+kaf_status parse_next_edit(kaf_ioctx &c, int direction) {
   const char *p = c.fmt_pos;
   for (;;) {
     p = skip_blanks(c, p);
     if (p > c.fmt_end) return raise(c, E_NO_RPAREN);
+    // A data descriptor met before (on reversion or in a repeated group) is
+    // not parsed again: the text does not change during a statement.
+    if (p == c.edit_cache_at) {
+      c.edit_code = c.edit_cache_code;
+      c.w = c.edit_cache_w;
+      c.d = c.edit_cache_d;
+      c.e = c.edit_cache_e;
+      c.m = c.edit_cache_m;
+      c.fmt_spare = c.edit_cache_repeat - 1;
+      c.fmt_pos = c.edit_cache_next;
+      c.saw_data = 1;
+      c.have_count = 0;
+      return 0;
+    }
+    const char *item = p;
     c.have_count = 0;
     c.count = 1;
     // Step 2: a count, repeat factor or scale factor.
@@ -343,7 +354,11 @@ kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
       if (c.have_count) return raise(c, E_REPEAT_NOTHING);
       if (direction == DIR_OUTPUT) {
         if (c.pos > c.max_pos) c.max_pos = c.pos;
-        if (kaf_status s = settle_tab(c, direction)) return s;
+        // A target behind the data written takes effect now; one ahead stays
+        // pending for the next item (and lengthens nothing if none comes).
+        const std::int64_t hi = c.pos > c.max_pos ? c.pos : c.max_pos;
+        if (c.tab_pending && c.tab_target < hi)
+          if (kaf_status s = position_file_from(c, c.tab_target, direction)) return s;
       }
       c.fmt_pos = next;
       c.edit_code = EDIT_COLON;
@@ -478,7 +493,7 @@ kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
     c.e = 0;
     c.m = 1;
     p = next;
-    bool got;
+    bool got = false;
     switch (edit) {
     case EDIT_A:
       if (kaf_status s = parameter(c, p, &c.w, &got)) return s;
@@ -532,6 +547,16 @@ kaf_status maybe_next_edit(kaf_ioctx &c, int direction) {
     c.saw_data = 1;
     c.fmt_spare = repeat - 1;
     c.fmt_pos = p;
+    if (edit != EDIT_DT) {  // DT also leaves its string and list behind
+      c.edit_cache_at = item;
+      c.edit_cache_next = p;
+      c.edit_cache_code = edit;
+      c.edit_cache_w = c.w;
+      c.edit_cache_d = c.d;
+      c.edit_cache_e = c.e;
+      c.edit_cache_m = c.m;
+      c.edit_cache_repeat = repeat;
+    }
     // A pending tab target is brought into force by the item (need_data_edit):
     // when no item comes, positioning alone writes nothing.
     return 0;
@@ -544,7 +569,9 @@ kaf_status definitely_next_edit(kaf_ioctx &c, int direction) {
     if (kaf_status s = maybe_next_edit(c, direction)) return s;
     if (c.edit_code != EDIT_COLON) break;
   }
-  if (c.fmt_pos < c.fmt_end && c.edit_code != EDIT_COLON) return 0;
+  // Stopped at a data edit descriptor (which may be the last item of the
+  // format, with fmt_pos then at its end): no reversion.
+  if (c.edit_code != EDIT_COLON && c.edit_code != EDIT_END) return 0;
   // Reversion: the format is exhausted and another item wants a descriptor.
   const char *old = c.fmt_pos;
   c.fmt_pos = c.revert_pos;
@@ -618,6 +645,7 @@ kaf_status establish_format(kaf_ioctx &c, const char *text, std::int64_t length,
   c.dt_string = nullptr;
   c.dt_vlist = nullptr;
   c.dt_vlist_count = -1;
+  c.edit_cache_at = nullptr;
   if (length <= 0) {
     c.fmt_end = text;
     c.fmt_pos = text;
