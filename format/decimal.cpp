@@ -475,6 +475,10 @@ void to_significant(double hi, double lo, int ndig, rmode m, decimal_digits &out
       return;
     }
   }
+  dd_format_E(hi, lo, ndig, m, out);
+}
+
+void dd_format_E(double hi, double lo, int ndig, rmode m, decimal_digits &out) {
   decimal_digits exact;
   expand_exact(hi, lo, exact);
   round_string(exact.d, exact.n, exact.decpt, ndig < kMaxExactDigits ? ndig : kMaxExactDigits, m, out);
@@ -512,6 +516,10 @@ void to_fixed(double hi, double lo, int frac, rmode m, decimal_digits &out) {
       return;
     }
   }
+  dd_format_F(hi, lo, frac, m, out);
+}
+
+void dd_format_F(double hi, double lo, int frac, rmode m, decimal_digits &out) {
   decimal_digits exact;
   expand_exact(hi, lo, exact);
   round_string(exact.d, exact.n, exact.decpt, exact.decpt + frac, m, out);

@@ -51,6 +51,11 @@ void to_significant(double hi, double lo, int ndig, rmode m, decimal_digits &out
 // out.n is 0 when the value rounds to zero; otherwise out.n <= decpt + frac.
 void to_fixed(double hi, double lo, int frac, rmode m, decimal_digits &out);
 
+// The exact path of the two above, which also serves double-double values:
+// the value expanded completely in base 10^9, the digit string then rounded.
+void dd_format_E(double hi, double lo, int ndig, rmode m, decimal_digits &out);
+void dd_format_F(double hi, double lo, int frac, rmode m, decimal_digits &out);
+
 // Every digit of |hi + lo| exactly (trailing zeros trimmed); hi + lo nonzero.
 void expand_exact(double hi, double lo, decimal_digits &out);
 

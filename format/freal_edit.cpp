@@ -101,7 +101,7 @@ dec::rmode mode_for(const edit_spec &s, bool negative) {
 // F editing of hi + lo with frac digits after the point; the value is scaled
 // by 10^k first.
 // `pre`, when given, holds the digits already rounded at the right place.
-field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, int k, char *text,
+field format_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, int k, char *text,
              bool keep_zero = false, const decimal_digits *pre = nullptr) {
   decimal_digits own;
   const decimal_digits &dd = pre ? *pre : own;
@@ -120,7 +120,7 @@ field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, i
 }
 
 // The E and D forms (letter 'E' or 'D'), with scale factor k.
-field edit_E(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text,
+field format_E_form(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text,
              bool keep_zero = false, const decimal_digits *pre = nullptr) {
   int d = s.d < 0 ? 0 : s.d, k = s.k;
   if (k <= -d || k > d + 1) return {0, 0, false, 1002};
@@ -170,7 +170,7 @@ field layout_scientific(const edit_spec &s, sign_info sg, const decimal_digits &
   return fit(s.w, n + el);
 }
 
-field edit_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
+field format_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
   int d = s.d < 0 ? 0 : s.d;
   decimal_digits dd;
   int exp = 0;
@@ -185,7 +185,7 @@ field edit_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text
 
 int floor_mod3(int x) { return ((x % 3) + 3) % 3; }
 
-field edit_EN(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
+field format_EN(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
   int d = s.d < 0 ? 0 : s.d;
   decimal_digits dd;
   if (hi == 0 && lo == 0) {
@@ -223,7 +223,7 @@ field squeeze(field f, char *text) {
   return {0, n, false, f.error};
 }
 
-field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
+field real_format_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
   bool g0 = s.w == 0;
   edit_spec es = s;
   if (g0) {
@@ -261,7 +261,7 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
     edit_spec fs = es;
     fs.w = g0 ? 0 : es.w - n;
     if (!g0 && fs.w <= 0) return star_field();
-    f = edit_F(fs, sg, hi, lo, d - s_exp, 0, text, g0, rounded);
+    f = format_F(fs, sg, hi, lo, d - s_exp, 0, text, g0, rounded);
     if (g0) return squeeze(f, text);
     if (f.stars) return star_field();
     // The F field is followed by n blanks.
@@ -274,10 +274,26 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
     edit_spec e0 = es;
     e0.k = 0;
     e0.w = 0;
-    f = edit_E(e0, sg, hi, lo, 0, text, true, rounded);
+    f = format_E_form(e0, sg, hi, lo, 0, text, true, rounded);
     return squeeze(f, text);
   }
-  return edit_E(es, sg, hi, lo, 'E', text, false, es.k == 0 ? rounded : nullptr);
+  return format_E_form(es, sg, hi, lo, 'E', text, false, es.k == 0 ? rounded : nullptr);
+}
+
+// E, D, EN and ES editing: letter 'E', 'D', 'N' (EN) or 'S' (ES).
+field etype_format(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text) {
+  switch (letter) {
+    case 'N': return format_EN(s, sg, hi, lo, text);
+    case 'S': return format_ES(s, sg, hi, lo, text);
+    default: return format_E_form(s, sg, hi, lo, letter, text);
+  }
+}
+
+// G0 and G0.d: the G choice with the width the value needs.
+field real_format_G0(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
+  edit_spec g0 = s;
+  g0.w = 0;
+  return real_format_G(g0, sg, hi, lo, kind, text);
 }
 
 // $F / $G / $Q text: F0.6 inside the bound, else 1PE0.d with every digit the
@@ -342,12 +358,12 @@ field edit_real(const edit_spec &s, double hi, double lo, real_kind kind, char *
   }
   sign_info sg{negative, plus};
   switch (s.code) {
-    case 'F': return edit_F(s, sg, hi, lo, s.d < 0 ? 0 : s.d, s.k, text);
-    case 'E': return edit_E(s, sg, hi, lo, 'E', text);
-    case 'D': return edit_E(s, sg, hi, lo, 'D', text);
-    case 'S': return edit_ES(s, sg, hi, lo, text);
-    case 'N': return edit_EN(s, sg, hi, lo, text);
-    case 'G': return edit_G(s, sg, hi, lo, kind, text);
+    case 'F': return format_F(s, sg, hi, lo, s.d < 0 ? 0 : s.d, s.k, text);
+    case 'E':
+    case 'D':
+    case 'S':
+    case 'N': return etype_format(s, sg, hi, lo, static_cast<char>(s.code), text);
+    case 'G': return s.w == 0 ? real_format_G0(s, sg, hi, lo, kind, text) : real_format_G(s, sg, hi, lo, kind, text);
     default: return {0, 0, false, 1034};
   }
 }

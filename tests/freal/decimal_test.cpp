@@ -84,6 +84,26 @@ TEST(DecimalOutput, FixedDigitsMatchReferences) {
   }
 }
 
+// The exact path alone (what ties, exact values and long requests take)
+// over random doubles, every mode, both forms.
+TEST(DecimalOutput, ExactPathMatchesReferences) {
+  std::mt19937_64 rng(8);
+  for (int i = 0; i < 20000; ++i) {
+    double x = oracle::random_double(rng);
+    if (rng() & 1) x = -x;
+    unsigned mode = kModes[i % 5];
+    bool neg = std::signbit(x);
+    int p = static_cast<int>(rng() % 30);
+    decimal_digits d;
+    kaf::dec::dd_format_E(x, 0, p + 1, magnitude_mode(mode, neg), d);
+    ASSERT_EQ(oracle::sci_of(d, p), oracle::sci(x, 0, p, mode, neg)) << std::hexfloat << x << " p=" << p;
+    if (std::fabs(x) < 1e40) {
+      kaf::dec::dd_format_F(x, 0, p, magnitude_mode(mode, neg), d);
+      ASSERT_EQ(oracle::fixed_of(d, p), oracle::fixed(x, 0, p, mode, neg)) << std::hexfloat << x << " p=" << p;
+    }
+  }
+}
+
 TEST(DecimalOutput, LongRequestsUseTheExactExpansion) {
   // More digits than any fast path gives: the exact digits, then zeros.
   static constexpr double xs[] = {0.1, 5e-324, 1.7976931348623157e308, 2.2250738585072014e-308, 1e23};
