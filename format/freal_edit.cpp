@@ -54,6 +54,7 @@ int put_exponent(char *p, int exp, char letter, std::int32_t e) {
 struct sign_info {
   bool negative;
   bool plus;
+  bool single_double = true;  // a double (or narrower) item, not a double-double
 };
 
 int put_sign(char *p, sign_info s) {
@@ -125,6 +126,14 @@ field format_E_form(const edit_spec &s, sign_info sg, double hi, double lo, char
   int d = s.d < 0 ? 0 : s.d, k = s.k;
   if (k <= -d || k > d + 1) return {0, 0, false, 1002};
   int sig = k <= 0 ? d + k : d + 1;
+  // Rounding to nearest, a double's E field carries at most 41 significant
+  // digits (the value rounded there); any further digits are zeros. The
+  // directed modes and double-double items carry every digit.
+  int asked = sig;
+  if (sg.single_double && (s.round_mode == 0 || s.round_mode == 4) && sig > 41) {
+    asked = 41;
+    pre = nullptr;
+  }
   decimal_digits own;
   const decimal_digits &dd = pre ? *pre : own;
   int exp;
@@ -134,7 +143,7 @@ field format_E_form(const edit_spec &s, sign_info sg, double hi, double lo, char
     own.n = 0;
     exp = 0;
   } else {
-    dec::to_significant(hi, lo, sig, mode_for(s, sg.negative), own);
+    dec::to_significant(hi, lo, asked, mode_for(s, sg.negative), own);
     exp = own.decpt - k;
   }
   int n = put_sign(text, sg);
@@ -356,7 +365,7 @@ field edit_real(const edit_spec &s, double hi, double lo, real_kind kind, char *
     bool nan = std::isnan(hi) || std::isnan(lo);
     return format_inf_or_nan(s.w, nan, negative && !nan, plus && !nan, text);
   }
-  sign_info sg{negative, plus};
+  sign_info sg{negative, plus, kind != real_kind::ddouble};
   switch (s.code) {
     case 'F': return format_F(s, sg, hi, lo, s.d < 0 ? 0 : s.d, s.k, text);
     case 'E':
