@@ -121,6 +121,22 @@ TEST(RealInputFields, RoundingModesOnInput) {
   EXPECT_EQ(read("9007199254740993.00000000000000000000000001", 0, 0, false, 4).hi, 9007199254740994.0);
 }
 
+TEST(RealInputFields, ThousandsOfDigits) {
+  // 1 + 2^-53, the midpoint between 1 and the next double, exactly; then a
+  // nonzero digit 1,500 places further decides the tie.
+  const std::string mid = "1.00000000000000011102230246251565404236316680908203125";
+  const double next = std::nextafter(1.0, 2.0);
+  EXPECT_EQ(read(mid).hi, 1.0);  // a tie: to even
+  EXPECT_EQ(read(mid + std::string(1500, '0')).hi, 1.0);
+  EXPECT_EQ(read(mid + std::string(1500, '0') + "1").hi, next);
+  EXPECT_EQ(read(mid + std::string(1500, '0') + "1", 0, 0, false, 3).hi, 1.0);
+  EXPECT_EQ(read("  " + mid + std::string(1500, '0') + "1E0  ", 0, 0, false, 5).hi, next);
+  // Blanks inside, under BN, do not stop the digits.
+  EXPECT_EQ(read(mid + std::string(1500, ' ') + "1").hi, next);
+  // Many leading zeros before the first significant digit.
+  EXPECT_EQ(read("0." + std::string(2000, '0') + "1E2001").hi, 1.0);
+}
+
 TEST(RealInputFields, HalfAndDoubleDoubleKinds) {
   EXPECT_EQ(kaf::freal::half_bits(read("1.0", 0, 0, false, 4, real_kind::half).hi), 0x3C00);
   EXPECT_EQ(kaf::freal::half_bits(read("-2", 0, 0, false, 4, real_kind::half).hi), 0xC000);
