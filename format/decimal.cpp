@@ -475,6 +475,10 @@ void to_significant(double hi, double lo, int ndig, rmode m, decimal_digits &out
       return;
     }
   }
+  dd_format_E(hi, lo, ndig, m, out);
+}
+
+void dd_format_E(double hi, double lo, int ndig, rmode m, decimal_digits &out) {
   decimal_digits exact;
   expand_exact(hi, lo, exact);
   round_string(exact.d, exact.n, exact.decpt, ndig < kMaxExactDigits ? ndig : kMaxExactDigits, m, out);
@@ -512,6 +516,10 @@ void to_fixed(double hi, double lo, int frac, rmode m, decimal_digits &out) {
       return;
     }
   }
+  dd_format_F(hi, lo, frac, m, out);
+}
+
+void dd_format_F(double hi, double lo, int frac, rmode m, decimal_digits &out) {
   decimal_digits exact;
   expand_exact(hi, lo, exact);
   round_string(exact.d, exact.n, exact.decpt, exact.decpt + frac, m, out);
@@ -666,6 +674,16 @@ double make_double(std::uint64_t mant, int exp, const binary_format &f, rmode m,
       return std::ldexp(static_cast<double>((std::uint64_t{1} << f.precision) - 1), f.emax + 1 - f.precision);
     return HUGE_VAL;
   }
+  if (f.precision == 53) {
+    // Built from its fields: mant < 2^53, or == 2^53 after a carry.
+    if (mant >> 53) {
+      mant >>= 1;
+      ++exp;
+    }
+    if (mant >> 52)
+      return std::bit_cast<double>((static_cast<std::uint64_t>(exp + 1075) << 52) | (mant & 0xFFFFFFFFFFFFFull));
+    return std::bit_cast<double>(mant);  // subnormal: exp is -1074
+  }
   return std::ldexp(static_cast<double>(mant), exp);
 }
 
@@ -726,8 +744,11 @@ bool fast_to_binary(const decimal_number &x, const binary_format &f, rmode m, bo
   for (int i = n; i < x.n && !sticky; ++i) sticky = x.digits[i] != '0';
   std::int64_t k64 = x.exp10 + (x.n - n);
   if (k64 < kPowMin || k64 > kPowMax) return false;
-  std::uint64_t w = 0;
-  for (int i = 0; i < n; ++i) w = w * 10 + static_cast<std::uint64_t>(x.digits[i] - '0');
+  std::uint64_t w = x.head;
+  if (x.head_n != n) {
+    w = 0;
+    for (int i = 0; i < n; ++i) w = w * 10 + static_cast<std::uint64_t>(x.digits[i] - '0');
+  }
   int k = static_cast<int>(k64);
   const pow10_entry &p = kPow10.e[k - kPowMin];
   u192 prod = mul_64x128(w, p.hi, p.lo);

@@ -51,6 +51,11 @@ void to_significant(double hi, double lo, int ndig, rmode m, decimal_digits &out
 // out.n is 0 when the value rounds to zero; otherwise out.n <= decpt + frac.
 void to_fixed(double hi, double lo, int frac, rmode m, decimal_digits &out);
 
+// The exact path of the two above, which also serves double-double values:
+// the value expanded completely in base 10^9, the digit string then rounded.
+void dd_format_E(double hi, double lo, int ndig, rmode m, decimal_digits &out);
+void dd_format_F(double hi, double lo, int frac, rmode m, decimal_digits &out);
+
 // Every digit of |hi + lo| exactly (trailing zeros trimmed); hi + lo nonzero.
 void expand_exact(double hi, double lo, decimal_digits &out);
 
@@ -74,6 +79,8 @@ struct decimal_number {
   int n;
   bool sticky;
   std::int64_t exp10;
+  std::uint64_t head = 0;  // the value of digits[0..head_n), when a reader
+  int head_n = 0;          // has it already (head_n = min(n, 19)); else 0
 };
 
 // The correctly rounded value of |number| in format f under m, as a double

@@ -52,6 +52,15 @@ class scratch_text {
 
 kaf_status put_field(kaf_ioctx &c, const field &f, const char *text, std::int32_t w) {
   if (f.stars) return put_stars(c, w);
+  std::uint64_t need = static_cast<std::uint64_t>(f.lead) + static_cast<std::uint64_t>(f.len);
+  if (unit_width(c.encoding) == 1 && c.limit - static_cast<std::uint64_t>(c.pos) >= need) {
+    // The whole field fits: no flush can be due before its last character.
+    char *p = static_cast<char *>(c.buffer) + c.pos;
+    std::memset(p, ' ', static_cast<std::size_t>(f.lead));
+    std::memcpy(p + f.lead, text, static_cast<std::size_t>(f.len));
+    c.pos += static_cast<std::int64_t>(need);
+    return 0;
+  }
   for (std::int32_t i = 0; i < f.lead; ++i)
     if (kaf_status s = put_character(c, ' ')) return s;
   for (std::int32_t i = 0; i < f.len; ++i)
@@ -117,7 +126,12 @@ kaf_status write_complex(kaf_ioctx &c, T re, T im) {
 struct field_source {
   kaf_ioctx *c;
   std::int32_t remaining;
-  kaf_status operator()(std::uint32_t *ch) { return get_within_field(*c, &remaining, ch); }
+  kaf_status operator()(std::uint32_t *ch) {
+    std::int32_t before = remaining;
+    kaf_status s = get_within_field(*c, &remaining, ch);
+    if (s == 0 && *ch == 0 && remaining < before) *ch = 1;  // a NUL inside the field is a stray character
+    return s;
+  }
 };
 
 template <typename T>
@@ -142,14 +156,28 @@ constexpr real_kind kind_of() {
 
 // Reads one field into *item: stored first, then any error of the field,
 // overflow, and the end condition met inside it are raised.
+// The common field form read straight from the record, when all of the
+// field is there in bytes: no padding or refill can arise inside it, and a
+// field of any other form (or with a byte the encoding forbids) is left to
+// the character-at-a-time reader.
+bool field_in_buffer(const kaf_ioctx &c) {
+  return unit_width(c.encoding) == 1 && c.w > 0 && c.pos + c.w <= c.rec_len;
+}
+
 template <typename T>
 kaf_status read_field(kaf_ioctx &c, T *item) {
   clear_field_status(c);
-  field_source src{&c, c.w};
   kaf::freal::input_spec spec{c.blank_mode == 1, static_cast<char>(c.decimal_char), c.d, c.scale,
                               c.round_mode};
   kaf::freal::real_input r;
-  if (kaf_status s = kaf::freal::scan_real(src, spec, kind_of<T>(), &r)) return s;
+  const auto *p = static_cast<const unsigned char *>(c.buffer) + c.pos;
+  if (field_in_buffer(c) && kaf::freal::scan_real_plain(p, p + c.w, spec, kind_of<T>(), &r)) {
+    c.pos += c.w;
+    c.nchars += static_cast<std::uint64_t>(c.w);
+  } else {
+    field_source src{&c, c.w};
+    if (kaf_status s = kaf::freal::scan_real(src, spec, kind_of<T>(), &r)) return s;
+  }
   store(item, r);
   if (r.error) return __KAFf90_ioerr(&c, r.error);
   if (r.overflow) {
@@ -209,38 +237,7 @@ std::size_t field_string(std::uint8_t code, const std::int32_t *params, std::int
   return len;
 }
 
-// $F / $G / $Q text: F0.6 inside the bound, else 1PE0.d with every digit the
-// kind needs to read back (d = 16 for a double, 32 for a double-double).
-std::size_t dollar_text(char *buf, std::size_t size, double hi, double lo, double bound, int e_digits,
-                        real_kind kind) {
-  if (size == 0) return 0;
-  double a = std::fabs(hi + lo);
-  bool f_form = !(a >= bound);  // NaN and infinity too
-  if (std::isinf(hi)) f_form = true;
-  edit_spec s{f_form ? std::uint8_t{'F'} : std::uint8_t{'E'}, 0, f_form ? 6 : e_digits, 0, f_form ? 0 : 1,
-              4, 1, '.'};
-  char text[1024];
-  field f = kaf::freal::edit_real(s, hi, lo, kind, text);
-  std::size_t n = f.error || f.stars ? 0 : static_cast<std::size_t>(f.len);
-  if (n > size - 1) n = size - 1;
-  std::memcpy(buf, text, n);
-  buf[n] = 0;
-  return n;
-}
-
 }  // namespace
-
-namespace kaf::freal {
-
-std::size_t format_dollar_F(char *buf, std::size_t size, double x) {
-  return dollar_text(buf, size, x, 0.0, 1e20, 16, real_kind::dbl);
-}
-
-std::size_t format_dollar_G(char *buf, std::size_t size, kaf_dd x) {
-  return dollar_text(buf, size, x.hi, x.lo, 1e30, 32, real_kind::ddouble);
-}
-
-}  // namespace kaf::freal
 
 extern "C" {
 

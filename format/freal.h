@@ -46,29 +46,13 @@ field edit_real(const edit_spec &s, double hi, double lo, real_kind kind, char *
 // editing form writes it; `plus` when a plus sign is wanted.
 field format_inf_or_nan(std::int32_t w, bool is_nan, bool negative, bool plus, char *scratch);
 
-// What a real input field held, after scanning: the characters are checked
-// by the caller's field reader; this converts the decimal number.
-struct scanned_real {
-  bool negative;
-  bool is_inf;
-  bool is_nan;
-  std::uint64_t nan_payload;  // low bits of a NaN(...) hexadecimal payload, 0 if none
-};
-
-// Converts a decimal number (significant digits, exponent) to the item's
-// kind and the statement's rounding mode. Sets *overflow beyond the kind's
-// range. hi + lo receives the value (lo only for double-double).
-struct converted {
-  double hi, lo;
-  bool overflow;
-};
-
 // Formats x into buf (size bytes, always NUL-terminated when size > 0) as
-// the message insertions $F want it: F editing for |x| < 1e20, E editing
-// otherwise; returns the length written (without the NUL).
+// the message insertions $F want it: F0.6 for |x| < 1e20 (and for infinities
+// and NaNs), 1PE0.16 otherwise; returns the length written (without the NUL).
+// The reporter's memory target calls it for $F.
 std::size_t format_dollar_F(char *buf, std::size_t size, double x);
-// The double-double form ($G, and $Q through the same editor): F editing for
-// |x| < 1e30, E editing otherwise.
+// The double-double form ($G, and $Q through the same editor): F0.6 for
+// |x| < 1e30, 1PE0.32 otherwise.
 std::size_t format_dollar_G(char *buf, std::size_t size, kaf_dd x);
 
 }  // namespace kaf::freal

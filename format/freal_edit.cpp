@@ -54,6 +54,7 @@ int put_exponent(char *p, int exp, char letter, std::int32_t e) {
 struct sign_info {
   bool negative;
   bool plus;
+  bool single_double = true;  // a double (or narrower) item, not a double-double
 };
 
 int put_sign(char *p, sign_info s) {
@@ -100,15 +101,19 @@ dec::rmode mode_for(const edit_spec &s, bool negative) {
 
 // F editing of hi + lo with frac digits after the point; the value is scaled
 // by 10^k first.
-field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, int k, char *text,
-             bool keep_zero = false) {
-  decimal_digits dd;
-  if (hi == 0 && lo == 0) {
-    dd.n = 0;
-    dd.decpt = 0;
+// `pre`, when given, holds the digits already rounded at the right place.
+field format_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, int k, char *text,
+             bool keep_zero = false, const decimal_digits *pre = nullptr) {
+  decimal_digits own;
+  const decimal_digits &dd = pre ? *pre : own;
+  if (pre) {
+    // laid out as they are
+  } else if (hi == 0 && lo == 0) {
+    own.n = 0;
+    own.decpt = 0;
   } else {
-    dec::to_fixed(hi, lo, frac + k, mode_for(s, sg.negative), dd);
-    dd.decpt += k;
+    dec::to_fixed(hi, lo, frac + k, mode_for(s, sg.negative), own);
+    own.decpt += k;
   }
   int len = layout_F(text, sg, dd, frac, s.decimal_char);
   len = drop_optional_zero(text, len, sg.negative || sg.plus, s.w, s.decimal_char, keep_zero);
@@ -116,19 +121,30 @@ field edit_F(const edit_spec &s, sign_info sg, double hi, double lo, int frac, i
 }
 
 // The E and D forms (letter 'E' or 'D'), with scale factor k.
-field edit_E(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text,
-             bool keep_zero = false) {
+field format_E_form(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text,
+             bool keep_zero = false, const decimal_digits *pre = nullptr) {
   int d = s.d < 0 ? 0 : s.d, k = s.k;
   if (k <= -d || k > d + 1) return {0, 0, false, 1002};
   int sig = k <= 0 ? d + k : d + 1;
-  decimal_digits dd;
+  // Rounding to nearest, a double's E field carries at most 41 significant
+  // digits (the value rounded there); any further digits are zeros. The
+  // directed modes and double-double items carry every digit.
+  int asked = sig;
+  if (sg.single_double && (s.round_mode == 0 || s.round_mode == 4) && sig > 41) {
+    asked = 41;
+    pre = nullptr;
+  }
+  decimal_digits own;
+  const decimal_digits &dd = pre ? *pre : own;
   int exp;
-  if (hi == 0 && lo == 0) {
-    dd.n = 0;
+  if (pre) {
+    exp = dd.decpt - k;
+  } else if (hi == 0 && lo == 0) {
+    own.n = 0;
     exp = 0;
   } else {
-    dec::to_significant(hi, lo, sig, mode_for(s, sg.negative), dd);
-    exp = dd.decpt - k;
+    dec::to_significant(hi, lo, asked, mode_for(s, sg.negative), own);
+    exp = own.decpt - k;
   }
   int n = put_sign(text, sg);
   if (k <= 0) {
@@ -163,7 +179,7 @@ field layout_scientific(const edit_spec &s, sign_info sg, const decimal_digits &
   return fit(s.w, n + el);
 }
 
-field edit_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
+field format_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
   int d = s.d < 0 ? 0 : s.d;
   decimal_digits dd;
   int exp = 0;
@@ -178,7 +194,7 @@ field edit_ES(const edit_spec &s, sign_info sg, double hi, double lo, char *text
 
 int floor_mod3(int x) { return ((x % 3) + 3) % 3; }
 
-field edit_EN(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
+field format_EN(const edit_spec &s, sign_info sg, double hi, double lo, char *text) {
   int d = s.d < 0 ? 0 : s.d;
   decimal_digits dd;
   if (hi == 0 && lo == 0) {
@@ -203,7 +219,7 @@ int g0_digits(real_kind kind) {
     case real_kind::half: return 5;
     case real_kind::single: return 9;
     case real_kind::dbl: return 17;
-    case real_kind::ddouble: return 33;
+    case real_kind::ddouble: return 32;  // 106 bits: 31.9 decimal digits
   }
   return 17;
 }
@@ -216,7 +232,7 @@ field squeeze(field f, char *text) {
   return {0, n, false, f.error};
 }
 
-field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
+field real_format_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
   bool g0 = s.w == 0;
   edit_spec es = s;
   if (g0) {
@@ -228,6 +244,8 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
   bool zero = hi == 0 && lo == 0;
   int s_exp = 0;
   bool use_f;
+  decimal_digits dd;
+  const decimal_digits *rounded = nullptr;
   if (zero) {
     use_f = d != 0;
     s_exp = 1;
@@ -239,17 +257,20 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
   } else {
     // The standard's choice: round to d significant digits under the mode,
     // and the decimal exponent of that selects the form.
-    decimal_digits dd;
+    // These digits serve either form: the F form rounds at the same place
+    // (after a carry to 10^s the coarser place gives 10^s as well), and so
+    // does the E form without a scale factor.
     dec::to_significant(hi, lo, d, mode_for(s, sg.negative), dd);
     s_exp = dd.decpt;
     use_f = s_exp >= 0 && s_exp <= d;
+    rounded = &dd;
   }
   field f;
   if (use_f) {
     edit_spec fs = es;
     fs.w = g0 ? 0 : es.w - n;
     if (!g0 && fs.w <= 0) return star_field();
-    f = edit_F(fs, sg, hi, lo, d - s_exp, 0, text, g0);
+    f = format_F(fs, sg, hi, lo, d - s_exp, 0, text, g0, rounded);
     if (g0) return squeeze(f, text);
     if (f.stars) return star_field();
     // The F field is followed by n blanks.
@@ -262,13 +283,56 @@ field edit_G(const edit_spec &s, sign_info sg, double hi, double lo, real_kind k
     edit_spec e0 = es;
     e0.k = 0;
     e0.w = 0;
-    f = edit_E(e0, sg, hi, lo, 0, text, true);
+    f = format_E_form(e0, sg, hi, lo, 0, text, true, rounded);
     return squeeze(f, text);
   }
-  return edit_E(es, sg, hi, lo, 'E', text);
+  return format_E_form(es, sg, hi, lo, 'E', text, false, es.k == 0 ? rounded : nullptr);
+}
+
+// E, D, EN and ES editing: letter 'E', 'D', 'N' (EN) or 'S' (ES).
+field etype_format(const edit_spec &s, sign_info sg, double hi, double lo, char letter, char *text) {
+  switch (letter) {
+    case 'N': return format_EN(s, sg, hi, lo, text);
+    case 'S': return format_ES(s, sg, hi, lo, text);
+    default: return format_E_form(s, sg, hi, lo, letter, text);
+  }
+}
+
+// G0 and G0.d: the G choice with the width the value needs.
+field real_format_G0(const edit_spec &s, sign_info sg, double hi, double lo, real_kind kind, char *text) {
+  edit_spec g0 = s;
+  g0.w = 0;
+  return real_format_G(g0, sg, hi, lo, kind, text);
+}
+
+// $F / $G / $Q text: F0.6 inside the bound, else 1PE0.d with every digit the
+// kind needs to read back (d = 16 for a double, 32 for a double-double).
+std::size_t dollar_text(char *buf, std::size_t size, double hi, double lo, double bound, int e_digits,
+                        real_kind kind) {
+  if (size == 0) return 0;
+  double a = std::fabs(hi + lo);
+  bool f_form = !(a >= bound);  // NaN and infinity too
+  if (std::isinf(hi)) f_form = true;
+  edit_spec s{f_form ? std::uint8_t{'F'} : std::uint8_t{'E'}, 0, f_form ? 6 : e_digits, 0, f_form ? 0 : 1,
+              4, 1, '.'};
+  char text[1024];
+  field f = kaf::freal::edit_real(s, hi, lo, kind, text);
+  std::size_t n = f.error || f.stars ? 0 : static_cast<std::size_t>(f.len);
+  if (n > size - 1) n = size - 1;
+  std::memcpy(buf, text, n);
+  buf[n] = 0;
+  return n;
 }
 
 }  // namespace
+
+std::size_t format_dollar_F(char *buf, std::size_t size, double x) {
+  return dollar_text(buf, size, x, 0.0, 1e20, 16, real_kind::dbl);
+}
+
+std::size_t format_dollar_G(char *buf, std::size_t size, kaf_dd x) {
+  return dollar_text(buf, size, x.hi, x.lo, 1e30, 32, real_kind::ddouble);
+}
 
 std::size_t scratch_size(const edit_spec &s) {
   std::size_t extra = static_cast<std::size_t>(s.d > 0 ? s.d : 0) +
@@ -301,14 +365,14 @@ field edit_real(const edit_spec &s, double hi, double lo, real_kind kind, char *
     bool nan = std::isnan(hi) || std::isnan(lo);
     return format_inf_or_nan(s.w, nan, negative && !nan, plus && !nan, text);
   }
-  sign_info sg{negative, plus};
+  sign_info sg{negative, plus, kind != real_kind::ddouble};
   switch (s.code) {
-    case 'F': return edit_F(s, sg, hi, lo, s.d < 0 ? 0 : s.d, s.k, text);
-    case 'E': return edit_E(s, sg, hi, lo, 'E', text);
-    case 'D': return edit_E(s, sg, hi, lo, 'D', text);
-    case 'S': return edit_ES(s, sg, hi, lo, text);
-    case 'N': return edit_EN(s, sg, hi, lo, text);
-    case 'G': return edit_G(s, sg, hi, lo, kind, text);
+    case 'F': return format_F(s, sg, hi, lo, s.d < 0 ? 0 : s.d, s.k, text);
+    case 'E':
+    case 'D':
+    case 'S':
+    case 'N': return etype_format(s, sg, hi, lo, static_cast<char>(s.code), text);
+    case 'G': return s.w == 0 ? real_format_G0(s, sg, hi, lo, kind, text) : real_format_G(s, sg, hi, lo, kind, text);
     default: return {0, 0, false, 1034};
   }
 }

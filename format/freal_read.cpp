@@ -29,7 +29,11 @@ real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t
     --n;
     ++e;
   }
-  dec::decimal_number number{s.digits, n, s.sticky, e};
+  // head held the first min(s.n, 19) digits; trimming may have shortened it.
+  int head_n = s.n < 19 ? s.n : 19;
+  std::uint64_t head = s.head;
+  for (; head_n > n; --head_n) head /= 10;
+  dec::decimal_number number{s.digits, n, s.sticky, e, head, head_n};
   dec::rmode m = dec::magnitude_mode(spec.round_mode, negative);
   if (kind == real_kind::ddouble) {
     kaf_dd v = dec::to_double_double(number, m, &r.overflow);
@@ -62,7 +66,100 @@ struct text_source {
 };
 }  // namespace
 
+namespace {
+
+// Eight ASCII digits at p, as fast_float checks and parses them.
+bool eight_digits(const unsigned char *p, std::uint64_t *value) {
+  std::uint64_t v;
+  std::memcpy(&v, p, 8);
+  if ((((v & 0xF0F0F0F0F0F0F0F0ull) | (((v + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4))) !=
+      0x3333333333333333ull)
+    return false;
+  v = (v & 0x0F0F0F0F0F0F0F0Full) * 2561 >> 8;
+  v = (v & 0x00FF00FF00FF00FFull) * 6553601 >> 16;
+  *value = (v & 0x0000FFFF0000FFFFull) * 42949672960001ull >> 32;
+  return true;
+}
+
+bool is_digit_byte(unsigned char c) { return c >= '0' && c <= '9'; }
+
+}  // namespace
+
+bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &spec,
+                     real_kind kind, real_input *out) {
+  if (spec.blank_zero) return false;
+  while (p < end && (*p == ' ' || *p == '\t')) ++p;
+  bool negative = false;
+  if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+  scan::digit_sink s;
+  int n = 0;
+  std::uint64_t head = 0;
+  std::int64_t after_point = 0;
+  bool point = false, any = false;
+  for (;;) {
+    if (p < end && is_digit_byte(*p)) {
+      any = true;
+      if (n == 0 && *p == '0') {
+        if (point) ++after_point;
+        ++p;
+        continue;
+      }
+      std::uint64_t eight;
+      if (n + 8 <= 19 && end - p >= 8 && eight_digits(p, &eight)) {
+        std::memcpy(s.digits + n, p, 8);
+        head = head * 100000000 + eight;
+        n += 8;
+        if (point) after_point += 8;
+        p += 8;
+        continue;
+      }
+      if (n >= dec::kMaxInputDigits) return false;
+      s.digits[n++] = static_cast<char>(*p);
+      if (n <= 19) head = head * 10 + static_cast<std::uint64_t>(*p - '0');
+      if (point) ++after_point;
+      ++p;
+    } else if (p < end && *p == static_cast<unsigned char>(spec.decimal_char) && !point) {
+      point = true;
+      ++p;
+    } else {
+      break;
+    }
+  }
+  if (!any) return false;
+  std::int64_t shift = -after_point;
+  if (!point && spec.d > 0) shift -= spec.d;
+  std::int64_t exponent = 0;
+  bool has_exponent = false;
+  if (p < end && (*p == 'E' || *p == 'e' || *p == 'D' || *p == 'd' || *p == '+' || *p == '-')) {
+    if (*p != '+' && *p != '-') ++p;
+    bool eneg = false;
+    if (p < end && (*p == '+' || *p == '-')) eneg = *p++ == '-';
+    if (p == end || !is_digit_byte(*p)) return false;
+    while (p < end && is_digit_byte(*p)) {
+      if (exponent < scan::kExponentCap) exponent = exponent * 10 + (*p - '0');
+      ++p;
+    }
+    if (eneg) exponent = -exponent;
+    has_exponent = true;
+  }
+  while (p < end && (*p == ' ' || *p == '\t')) ++p;
+  if (p != end) return false;
+  s.n = n;
+  s.any = true;
+  s.head = head;
+  *out = convert_digits(s, negative, shift + (has_exponent ? exponent : -static_cast<std::int64_t>(spec.scale)),
+                        spec, kind);
+  return true;
+}
+
 real_input scan_real_text(const char *text, std::size_t len, const input_spec &spec, real_kind kind) {
+  real_input r;
+  const auto *p = reinterpret_cast<const unsigned char *>(text);
+  if (std::memchr(text, 0, len) == nullptr && scan_real_plain(p, p + len, spec, kind, &r)) return r;
+  return scan_real_text_general(text, len, spec, kind);
+}
+
+real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &spec, real_kind kind) {
   text_source src{text, len};
   real_input r;
   scan_real(src, spec, kind, &r);

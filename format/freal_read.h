@@ -37,24 +37,15 @@ inline bool is_digit(std::uint32_t c) { return c >= '0' && c <= '9'; }
 inline std::uint32_t upper(std::uint32_t c) { return c >= 'a' && c <= 'z' ? c - 32 : c; }
 
 // Significant digits as they are met: leading zeros skipped, at most
-// kMaxInputDigits kept, any nonzero digit past them only noted.
+// kMaxInputDigits kept, any nonzero digit past them only noted; `head` is
+// the value of the first min(n, 19) kept digits.
 struct digit_sink {
   char digits[dec::kMaxInputDigits];
   int n = 0;
   bool sticky = false;
   std::int64_t dropped = 0;  // digits not kept (each multiplies by 10)
   bool any = false;          // a digit (even 0) was seen
-
-  void add(std::uint32_t c) {
-    any = true;
-    if (n == 0 && c == '0') return;
-    if (n < dec::kMaxInputDigits) {
-      digits[n++] = static_cast<char>(c);
-    } else {
-      ++dropped;
-      if (c != '0') sticky = true;
-    }
-  }
+  std::uint64_t head = 0;
 };
 
 // Exponent value cap: far beyond every kind's range, and safe to add to.
@@ -70,7 +61,8 @@ real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t
 // Source of field characters: returns a status (nonzero ends the read at
 // once) and sets *ch to the next character, 0 at the end of the field.
 template <typename Source>
-inline std::uint64_t scan_real(Source &next, const input_spec &spec, real_kind kind, real_input *out) {
+[[gnu::always_inline]] inline std::uint64_t scan_real_body(Source &next, const input_spec &spec, real_kind kind,
+                                                         real_input *out) {
   std::uint32_t c;
   auto get = [&]() -> std::uint64_t { return next(&c); };
   *out = {0, false, 0.0, 0.0};
@@ -121,18 +113,43 @@ inline std::uint64_t scan_real(Source &next, const input_spec &spec, real_kind k
   scan::digit_sink digits;
   bool point = false;
   std::int64_t after_point = 0;
-  for (;;) {
-    if (scan::is_digit(c) || (scan::is_blank(c) && spec.blank_zero)) {
-      digits.add(scan::is_blank(c) ? '0' : c);
+  {
+    // The hot loop keeps its state in locals and stores the sink once.
+    int n = 0;
+    bool any = false;
+    std::uint64_t head = 0;
+    for (;;) {
+      std::uint32_t v = c - '0';
+      if (v > 9) {
+        if (scan::is_blank(c) && spec.blank_zero) {
+          v = 0;
+        } else if (scan::is_blank(c)) {
+          if (std::uint64_t st = get()) return st;  // BN: ignored
+          continue;
+        } else if (c == static_cast<unsigned char>(spec.decimal_char) && !point) {
+          point = true;
+          if (std::uint64_t st = get()) return st;
+          continue;
+        } else {
+          break;
+        }
+      }
+      any = true;
       if (point) ++after_point;
-    } else if (scan::is_blank(c)) {
-      // BN: ignored
-    } else if (c == static_cast<unsigned char>(spec.decimal_char) && !point) {
-      point = true;
-    } else {
-      break;
+      if (n > 0 || v != 0) {
+        if (n < dec::kMaxInputDigits) {
+          digits.digits[n++] = static_cast<char>('0' + v);
+          if (n <= 19) head = head * 10 + v;
+        } else {
+          ++digits.dropped;
+          if (v != 0) digits.sticky = true;
+        }
+      }
+      if (std::uint64_t st = get()) return st;
     }
-    if (std::uint64_t st = get()) return st;
+    digits.n = n;
+    digits.any = any;
+    digits.head = head;
   }
   // The position of the digits: those after the point, or an implied
   // decimal point d digits from the right.
@@ -178,9 +195,29 @@ inline std::uint64_t scan_real(Source &next, const input_spec &spec, real_kind k
   return 0;
 }
 
+// Scans on a copy of the source (held in registers), handing back where it
+// ended.
+template <typename Source>
+inline std::uint64_t scan_real(Source &next, const input_spec &spec, real_kind kind, real_input *out) {
+  Source local = next;
+  std::uint64_t st = scan_real_body(local, spec, kind, out);
+  next = local;
+  return st;
+}
+
 // The same over a text of len characters (kaffmt, the tests, the message
 // insertions and any other reader of real text).
 real_input scan_real_text(const char *text, std::size_t len, const input_spec &spec, real_kind kind);
+// The same by the character-at-a-time reader alone (what a field that is
+// not all in the buffer takes).
+real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &spec, real_kind kind);
+
+// The common field, straight from memory: blanks, a sign, digits with a
+// decimal symbol, an exponent, blanks, and nothing else (not under BZ).
+// Returns false, having stored nothing, for any other field: the general
+// reader then takes it from its start.
+bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &spec,
+                     real_kind kind, real_input *out);
 
 // IEEE binary16 bits of a double that is exactly representable as a half
 // (as the half readers produce), and the value of half bits.

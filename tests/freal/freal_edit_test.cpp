@@ -184,6 +184,18 @@ TEST(RealOutputE, ExponentTooLargeForThreeDigits) {
   EXPECT_EQ(edit("-999P,E2000.1000E3", 10.0), std::string(2000, '*'));
 }
 
+TEST(RealOutputE, RoundingToNearestCarriesFortyOneDigits) {
+  // 0.1 = 0.1000000000000000055511151231257827021181583404541015625: to
+  // nearest, the E field holds it rounded to 41 digits and then zeros.
+  EXPECT_EQ(edit("E60.50", 0.1), "    0.10000000000000000555111512312578270211816000000000E+00");
+  EXPECT_EQ(edit("RP,E60.50", 0.1), "    0.10000000000000000555111512312578270211816000000000E+00");
+  EXPECT_EQ(edit("E47.41", 0.1), "0.10000000000000000555111512312578270211816E+00");
+  // The directed modes, and double-double items, carry every digit.
+  EXPECT_EQ(edit("RU,E60.50", 0.1), "    0.10000000000000000555111512312578270211815834045411E+00");
+  EXPECT_EQ(edit("RZ,E60.50", 0.1), "    0.10000000000000000555111512312578270211815834045410E+00");
+  EXPECT_EQ(edit("E60.50", 0.1, 0, real_kind::ddouble), "    0.10000000000000000555111512312578270211815834045410E+00");
+}
+
 TEST(RealOutputES, Forms) {
   static constexpr row rows[] = {
       {"ES12.4", 3.14159, "  3.1416E+00"}, {"ES10.3", 0.0, " 0.000E+00"}, {"ES10.3", 999.95, " 1.000E+03"},
@@ -292,7 +304,7 @@ TEST(RealOutputDoubleDouble, DigitsBeyondDouble) {
   EXPECT_EQ(edit("ES30.22", 1.0, lo, real_kind::ddouble), "  1.0000000000000000008674E+00");
   EXPECT_EQ(edit("RD,F25.20", 1.0, -lo, real_kind::ddouble), "   0.99999999999999999913");
   EXPECT_EQ(edit("RU,F25.20", 1.0, -lo, real_kind::ddouble), "   0.99999999999999999914");
-  EXPECT_EQ(edit("G0", 1.0, lo, real_kind::ddouble), "1.00000000000000000086736173798840");
+  EXPECT_EQ(edit("G0", 1.0, lo, real_kind::ddouble), "1.0000000000000000008673617379884");
 }
 
 // ---------------------------------------------------------------------------

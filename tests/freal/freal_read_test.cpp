@@ -121,6 +121,22 @@ TEST(RealInputFields, RoundingModesOnInput) {
   EXPECT_EQ(read("9007199254740993.00000000000000000000000001", 0, 0, false, 4).hi, 9007199254740994.0);
 }
 
+TEST(RealInputFields, ThousandsOfDigits) {
+  // 1 + 2^-53, the midpoint between 1 and the next double, exactly; then a
+  // nonzero digit 1,500 places further decides the tie.
+  const std::string mid = "1.00000000000000011102230246251565404236316680908203125";
+  const double next = std::nextafter(1.0, 2.0);
+  EXPECT_EQ(read(mid).hi, 1.0);  // a tie: to even
+  EXPECT_EQ(read(mid + std::string(1500, '0')).hi, 1.0);
+  EXPECT_EQ(read(mid + std::string(1500, '0') + "1").hi, next);
+  EXPECT_EQ(read(mid + std::string(1500, '0') + "1", 0, 0, false, 3).hi, 1.0);
+  EXPECT_EQ(read("  " + mid + std::string(1500, '0') + "1E0  ", 0, 0, false, 5).hi, next);
+  // Blanks inside, under BN, do not stop the digits.
+  EXPECT_EQ(read(mid + std::string(1500, ' ') + "1").hi, next);
+  // Many leading zeros before the first significant digit.
+  EXPECT_EQ(read("0." + std::string(2000, '0') + "1E2001").hi, 1.0);
+}
+
 TEST(RealInputFields, HalfAndDoubleDoubleKinds) {
   EXPECT_EQ(kaf::freal::half_bits(read("1.0", 0, 0, false, 4, real_kind::half).hi), 0x3C00);
   EXPECT_EQ(kaf::freal::half_bits(read("-2", 0, 0, false, 4, real_kind::half).hi), 0xC000);
@@ -132,6 +148,28 @@ TEST(RealInputFields, HalfAndDoubleDoubleKinds) {
   real_input dd = read("0.1", 0, 0, false, 4, real_kind::ddouble);
   EXPECT_EQ(dd.hi, 0.1);
   EXPECT_EQ(dd.lo, -5.551115123125783e-18);
+}
+
+// The field read straight from memory and the field read a character at a
+// time agree on every field, plain or not: value, error and overflow.
+TEST(RealInputFields, PlainReaderAgreesWithTheGeneralOne) {
+  std::mt19937_64 rng(6);
+  static constexpr const char pieces[][6] = {"1", "23", "0", "000", "45678", "9", ".", " ", "\t", "+",
+                                             "-", "E", "e", "D", "d", "E+", "e-", "x", "I", "N"};
+  for (int i = 0; i < 200000; ++i) {
+    std::string f;
+    int parts = 1 + static_cast<int>(rng() % 8);
+    for (int j = 0; j < parts; ++j) f += pieces[rng() % std::size(pieces)];
+    if (rng() % 3 == 0) f = "  " + f + "  ";
+    for (unsigned mode : {0u, 2u}) {
+      input_spec s{false, '.', static_cast<int>(rng() % 3), static_cast<int>(rng() % 3) - 1, mode};
+      real_input a = kaf::freal::scan_real_text(f.data(), f.size(), s, real_kind::dbl);
+      real_input b = kaf::freal::scan_real_text_general(f.data(), f.size(), s, real_kind::dbl);
+      ASSERT_EQ(a.error, b.error) << "'" << f << "'";
+      ASSERT_EQ(a.overflow, b.overflow) << "'" << f << "'";
+      ASSERT_EQ(std::bit_cast<std::uint64_t>(a.hi), std::bit_cast<std::uint64_t>(b.hi)) << "'" << f << "'";
+    }
+  }
 }
 
 // Random fields in every written form against strtod and MPFR.

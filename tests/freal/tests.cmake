@@ -4,6 +4,6 @@
 # nearest ones).
 target_sources(test_freal PRIVATE ${CMAKE_SOURCE_DIR}/format/decimal.cpp
                ${CMAKE_SOURCE_DIR}/format/freal_edit.cpp ${CMAKE_SOURCE_DIR}/format/freal_read.cpp
-               ${CMAKE_CURRENT_LIST_DIR}/oracle.cpp)
-target_include_directories(test_freal PRIVATE ${CMAKE_SOURCE_DIR})
+               ${CMAKE_CURRENT_LIST_DIR}/oracle.cpp ${CMAKE_SOURCE_DIR}/tests/format/memctx.cpp)
+target_include_directories(test_freal PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/tests)
 target_link_libraries(test_freal PRIVATE mpfr gmp)
