@@ -77,7 +77,16 @@ std::int32_t __KAFf90_backspace4(const char *src_file, std::int32_t src_line, st
     place(u, at);
     return 0;
   }
-  const long start = previous_record_start(u->stream, at);
+  long start;
+  if (!u->formatted) {
+    // The record before ends with its length marker.
+    std::uint32_t len = 0;
+    if (at < 8 || std::fseek(u->stream, at - 4, SEEK_SET) != 0 || std::fread(&len, 4, 1, u->stream) != 1)
+      return fail(E_BACKSPACE_LOST);
+    start = at - 8 - static_cast<long>(len);
+  } else {
+    start = previous_record_start(u->stream, at);
+  }
   if (start < 0) return fail(E_BACKSPACE_LOST);
   place(u, start);
   return 0;

@@ -38,6 +38,8 @@ std::int32_t finish_begin(const char *fmt, std::int64_t fmt_len, const char *adv
 
 }  // namespace
 
+kaf_ioctx *legacy_context() { return ctx; }
+
 extern "C" {
 
 // ---- Statement chains ----------------------------------------------------

@@ -405,6 +405,104 @@ KAF_API int32_t __KAFf90_inquire_u(int32_t unit,
 /* 1 when the blank-padded value equals the upper-case keyword (case folded). */
 KAF_API int32_t __KAFf90_cidata_match(const char *value, size_t length, const char *keyword);
 
+/* ---- Unformatted and direct-access statements of the engine -----------
+ * Sequential unformatted records are framed by 4-byte length markers;
+ * direct-access records are RECL bytes at (record - 1) * RECL (formatted
+ * ones blank-padded, without separators). The begin calls leave the
+ * context ready for the block and array calls (unformatted) or for
+ * __KAFf90_establish_format (formatted). */
+KAF_API int32_t __KAFf90_read_unf4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                   int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_unf4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                    int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_unf4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                          int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                          int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_unf4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                           int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                           int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_fmt4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                          int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                          int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_fmt4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                           int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                           int32_t flags);
+/* bytes of an item moved between it and the record (the last argument 0). */
+KAF_API int32_t __KAFf90_read_unf2_block(kaf_ioctx *ctx, void *address, int64_t bytes, int32_t zero);
+KAF_API int32_t __KAFf90_write_unf2_block(kaf_ioctx *ctx, const void *address, int64_t bytes, int32_t zero);
+/* An array in array element order: dims is the per-dimension part of its
+ * descriptor (extent, byte stride, lower bound); the rank is bits 8 to 15
+ * of type_code. */
+KAF_API int32_t __KAFf90_read_unf2_dv(kaf_ioctx *ctx, int32_t type_code, void *base, const int64_t *dims,
+                                      int64_t element_size, int32_t zero);
+KAF_API int32_t __KAFf90_write_unf2_dv(kaf_ioctx *ctx, int32_t type_code, const void *base, const int64_t *dims,
+                                       int64_t element_size, int32_t zero);
+KAF_API int32_t __KAFf90_end_read_unf(kaf_ioctx *ctx);
+KAF_API int32_t __KAFf90_end_write_unf(kaf_ioctx *ctx);
+KAF_API int32_t __KAFf90_end_read_direct_unf(kaf_ioctx *ctx);
+KAF_API int32_t __KAFf90_end_write_direct_unf(kaf_ioctx *ctx);
+KAF_API int32_t __KAFf90_end_read_direct_fmt(kaf_ioctx *ctx);
+KAF_API int32_t __KAFf90_end_write_direct_fmt(kaf_ioctx *ctx);
+
+/* Their legacy chains and entries. */
+KAF_API int32_t __KAFf90_read_unf_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                       int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_read_unf(kaf_ioctx *ctx, int64_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                  int32_t flags);
+KAF_API int32_t __KAFf90_write_unf_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                        int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_unf(kaf_ioctx *ctx, int64_t unit, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                   int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_unf_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                              int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                              int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_unf(kaf_ioctx *ctx, int64_t unit, int64_t record, int32_t *iostat,
+                                         char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_unf_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                               int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                               int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_unf(kaf_ioctx *ctx, int64_t unit, int64_t record, int32_t *iostat,
+                                          char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_fmt_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                              int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                              int32_t flags);
+KAF_API int32_t __KAFf90_read_direct_fmt(kaf_ioctx *ctx, int64_t unit, int64_t record, int32_t *iostat,
+                                         char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_fmt_line(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                               int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                               int32_t flags);
+KAF_API int32_t __KAFf90_write_direct_fmt(kaf_ioctx *ctx, int64_t unit, int64_t record, int32_t *iostat,
+                                          char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_read_unf_block(kaf_ioctx *ctx, void *address, int64_t bytes);
+KAF_API int32_t __KAFf90_write_unf_block(kaf_ioctx *ctx, const void *address, int64_t bytes);
+KAF_API int32_t __KAFf90_read_unf_dv(kaf_ioctx *ctx, int32_t type_code, void *base, const int64_t *dims,
+                                     int64_t element_size);
+KAF_API int32_t __KAFf90_write_unf_dv(kaf_ioctx *ctx, int32_t type_code, const void *base, const int64_t *dims,
+                                      int64_t element_size);
+/* Legacy begin calls (dread takes one ignored argument before the flags). */
+KAF_API int32_t __KAFf90_dread(int32_t unit, const char *fmt, int64_t fmt_len, int32_t record, int32_t ignored,
+                               int32_t flags);
+KAF_API int32_t __KAFf90_dwrite(int32_t unit, const char *fmt, int64_t fmt_len, int32_t record, int32_t flags);
+KAF_API int32_t __KAFf90_readu(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_writeu(int32_t unit, int32_t flags);
+KAF_API int32_t __KAFf90_dreadu(int32_t unit, int32_t record, int32_t flags);
+KAF_API int32_t __KAFf90_dwriteu(int32_t unit, int32_t record, int32_t flags);
+/* Unformatted items: a block of bytes; an array (type code with its rank in
+ * bits 8-15, its descriptor, the element size); a character array (the
+ * size is multiplied by the descriptor's character length). */
+KAF_API int32_t __KAFf90_uread(void *address, int64_t bytes);
+KAF_API int32_t __KAFf90_uwrite(const void *address, int64_t bytes);
+KAF_API int32_t __KAFf90_ureada(int32_t type_code, const int64_t *desc, int64_t element_size);
+KAF_API int32_t __KAFf90_uwritea(int32_t type_code, const int64_t *desc, int64_t element_size);
+KAF_API int32_t __KAFf90_ureadcha(int32_t type_code, const int64_t *desc, int64_t count);
+KAF_API int32_t __KAFf90_uwritecha(int32_t type_code, const int64_t *desc, int64_t count);
+KAF_API int32_t __KAFf90_endreadu(void);
+KAF_API int32_t __KAFf90_endwriteu(void);
+KAF_API int32_t __KAFf90_enddread(void);
+KAF_API int32_t __KAFf90_enddwrite(void);
+KAF_API int32_t __KAFf90_enddreadu(void);
+KAF_API int32_t __KAFf90_enddwriteu(void);
+
 KAF_EXTERN_C_END
 
 #endif
