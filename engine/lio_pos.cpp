@@ -140,4 +140,6 @@ std::int32_t __KAFf90_waitf4(const char *src_file, std::int32_t src_line, std::i
 
 std::int32_t __KAFf90_unit_delim(const void *unit) { return static_cast<const unit_rec *>(unit)->delim; }
 
+std::int64_t __KAFf90_unit_recl(const void *unit) { return static_cast<const unit_rec *>(unit)->recl; }
+
 }  // extern "C"

@@ -207,6 +207,10 @@ kaf_status wrap_character(kaf_ioctx &c, std::int64_t width) {
 }  // namespace
 
 std::int64_t lio_record_width(const kaf_ioctx &c) {
+  // An external unit's buffer may end before its record does (the buffer
+  // grows through flush): the record width is the one init_loutput took
+  // from the connection.
+  if (external(c) && c.lio_spare[SPARE_OUT_WIDTH]) return static_cast<std::int64_t>(c.lio_spare[SPARE_OUT_WIDTH]);
   std::int64_t width = static_cast<std::int32_t>(c.limit);
   if (width > 1024 && external(c)) width = 1024;
   return width;
@@ -283,6 +287,11 @@ std::uint64_t __KAFf90_init_loutput(kaf_ioctx *ctx) {
     c.round_mode = u->round_mode;
     // DELIM= of the connection ('\'', '"' or 0 for NONE).
     c.delimiter = static_cast<std::uint32_t>(__KAFf90_unit_delim(c.unit));
+    // The record length of the connection, 1024 at most.
+    const std::int64_t recl = __KAFf90_unit_recl(c.unit);
+    c.lio_spare[SPARE_OUT_WIDTH] = static_cast<std::uint64_t>(recl > 0 && recl < 1024 ? recl : 1024);
+  } else {
+    c.lio_spare[SPARE_OUT_WIDTH] = 0;
   }
   if (c.decimal_char != ',') c.decimal_char = '.';
   c.separator = c.decimal_char == ',' ? ';' : ',';

@@ -172,6 +172,8 @@ KAF_API int32_t __KAFf90_waitf4(const char *src_file, int32_t src_line, int64_t 
                                 int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
 /* DELIM= of a unit record: '\'', '"' or 0 for NONE. */
 KAF_API int32_t __KAFf90_unit_delim(const void *unit);
+/* RECL= of a unit record (0: none given). */
+KAF_API int64_t __KAFf90_unit_recl(const void *unit);
 
 /* INQUIRE: an inquiry record (opaque), opened by unit or by file, one query
  * per specifier, then end_inquire. Character results are blank-padded into

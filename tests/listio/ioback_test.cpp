@@ -332,3 +332,37 @@ TEST(LegacyLayer, CidataMatch) {
   };
   for (const auto &r : rows) EXPECT_EQ(__KAFf90_cidata_match(r.value, r.len, r.keyword), r.want) << r.value;
 }
+
+TEST(LegacyLayer, ListOutputRecordWidthIsTheConnectionsNotTheBuffers) {
+  // 100,000 values in one statement cross the engine's write buffer many
+  // times; every full record is laid out at the same width (1024 columns,
+  // or RECL=), never cut short where the buffer happens to end.
+  for (std::int32_t recl : {0, 300}) {
+    const std::string path = temp_path("width");
+    ASSERT_EQ(__KAFf90_open(27, path.data(), path.size(), "REPLACE", 7, nullptr, 0, nullptr, 0,
+                            recl ? &recl : nullptr, 0),
+              0);
+    ASSERT_EQ(__KAFf90_write(27, nullptr, 0, nullptr, 0, 0), 0);
+    for (int k = 0; k < 100000; ++k) ASSERT_EQ(__KAFf90_lwrite_d(1000.0 + k), 0);  // 25 columns each
+    ASSERT_EQ(__KAFf90_endwrite(), 0);
+    ASSERT_EQ(__KAFf90_close(27, 0), 0);
+    const std::string text = slurp(path);
+    unlink(path.c_str());
+    const std::size_t width = recl ? static_cast<std::size_t>(recl) : 1024;
+    std::size_t start = 0, records = 0, first_len = 0;
+    while (start < text.size()) {
+      const std::size_t nl = text.find('\n', start);
+      ASSERT_NE(nl, std::string::npos);
+      const std::size_t len = nl - start;
+      if (nl + 1 < text.size()) {  // every record but the last
+        if (records == 0) first_len = len;
+        ASSERT_EQ(len, first_len) << "record " << records;
+        ASSERT_LT(len, width);
+        ASSERT_GE(len + 25 + 1, width);  // the next 25-column value would reach the last column
+      }
+      ++records;
+      start = nl + 1;
+    }
+    EXPECT_GT(records, 1000u / (recl ? 1 : 4));
+  }
+}
