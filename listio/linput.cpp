@@ -251,6 +251,18 @@ void digit_run(kaf_ioctx &c, bool after_point, std::int64_t *acc, bool *big) {
     } else {
       break;  // growth or digits past the kept ones: the general loop
     }
+    // Fraction digits eight at a time while all eight are digits.
+    while (after_point && nd > 0 && pos + 8 <= end && nd + 8 <= cap && nd + 8 <= kaf::dec::kMaxInputDigits) {
+      std::uint64_t x;
+      std::memcpy(&x, b + pos, 8);
+      constexpr std::uint64_t high = 0xF0F0F0F0F0F0F0F0, zeros = 0x3030303030303030;
+      if ((x & high) != zeros || ((x + 0x0606060606060606) & high) != zeros) break;
+      std::memcpy(store + nd, b + pos, 8);
+      nd += 8;
+      e -= 8;
+      pos += 8;
+      taken += 8;
+    }
     if (pos == end) {
       at_eor = true;
       ch = ' ';
