@@ -366,3 +366,51 @@ TEST(LegacyLayer, ListOutputRecordWidthIsTheConnectionsNotTheBuffers) {
     EXPECT_GT(records, 1000u / (recl ? 1 : 4));
   }
 }
+
+TEST(ListDirectedOnUnits, ModesOfTheConnection) {
+  // DECIMAL=, SIGN= and DELIM= of OPEN reach list-directed output, and
+  // DECIMAL= list-directed input, through the engine's unit record.
+  const std::string path = temp_path("modes");
+  kaf_open_spec spec;
+  std::memset(&spec, 0, sizeof spec);
+  spec.file = path.data();
+  spec.file_len = path.size();
+  spec.status = "REPLACE";
+  spec.status_len = 7;
+  spec.decimal = "COMMA";
+  spec.decimal_len = 5;
+  spec.sign = "PLUS";
+  spec.sign_len = 4;
+  spec.delim = "APOSTROPHE";
+  spec.delim_len = 10;
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 28, &spec), 0);
+  kaf_ioctx_space space;
+  kaf_ioctx *c = reinterpret_cast<kaf_ioctx *>(&space);
+  ASSERT_EQ(__KAFf90_write_seq(c, nullptr, 0, 28, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_init_loutput(c), 0u);
+  ASSERT_EQ(__KAFf90_lio_write_d(c, 1.5), 0);
+  ASSERT_EQ(__KAFf90_lio_write_i(c, 7), 0);
+  ASSERT_EQ(__KAFf90_lio_write_ch(c, "a'b", 3), 0);
+  ASSERT_EQ(__KAFf90_lio_write_c(c, 1.0f, -2.0f), 0);
+  ASSERT_EQ(__KAFf90_end_write_sequential(c), 0);
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 28, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(slurp(path), "  +1,5000000000000000 +7 'a''b' ( +1,0000000; -2,0000000)\n");
+  double d = 0;
+  std::int32_t i = 0;
+  char s[3];
+  float z[2] = {0, 0};
+  ASSERT_EQ(__KAFf90_read_seq4(c, nullptr, 0, 28, nullptr, nullptr, 0, 0), 0);
+  __KAFf90_init_linput(c);
+  ASSERT_EQ(__KAFf90_lio_read_d(c, &d), 0);
+  ASSERT_EQ(__KAFf90_lio_read_i(c, &i), 0);
+  ASSERT_EQ(__KAFf90_lio_read_ch(c, s, 3), 0);
+  ASSERT_EQ(__KAFf90_lio_read_c(c, z), 0);
+  __KAFf90_lio_end_input(c);
+  ASSERT_EQ(__KAFf90_end_read_sequential(c), 0);
+  EXPECT_EQ(d, 1.5);
+  EXPECT_EQ(i, 7);
+  EXPECT_EQ(std::string(s, 3), "a'b");
+  EXPECT_EQ(z[0], 1.0f);
+  EXPECT_EQ(z[1], -2.0f);
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 28, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
+}
