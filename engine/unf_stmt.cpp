@@ -20,12 +20,13 @@ constexpr std::int32_t E_OUTPUT_OVERFLOW = 1000, E_NOT_CONNECTED = 1048, E_NOT_S
                        E_NOT_READ = 1051, E_NOT_FORMATTED = 1052, E_NOT_WRITE = 1053,
                        E_NOT_UNFORMATTED = 1054, E_NOT_DIRECT = 1079, E_RECORD_NUMBER = 1080,
                        E_LIST_TOO_BIG = 1106, E_RECORD_SHORT = 1107, E_CORRUPT = 1108,
-                       E_BEYOND_DIRECT = 1114, E_WRITE_FAILED = 1152;
+                       E_BEYOND_DIRECT = 1114, E_WRITE_FAILED = 1152, E_NOT_STREAM = 1128,
+                       E_BAD_POS = 1129;
 
 // The statement's state, in the context's words of the list-directed layer
 // (these statements are never list-directed).
 enum stmt_kind : std::uint64_t { UNF_READ = 1, UNF_WRITE, DIRECT_UNF_READ, DIRECT_UNF_WRITE, DIRECT_FMT_READ,
-                                 DIRECT_FMT_WRITE };
+                                 DIRECT_FMT_WRITE, STREAM_READ, STREAM_WRITE };
 inline std::uint64_t &kind_of(kaf_ioctx *c) { return c->lio_spare[4]; }
 inline std::uint64_t &record_of(kaf_ioctx *c) { return c->lio_spare[5]; }   // direct: record number
 inline std::uint64_t &capacity_of(kaf_ioctx *c) { return c->lio_spare[6]; } // bytes of the record buffer
@@ -57,8 +58,10 @@ void begin(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int32
   if (iostat) *iostat = 0;
 }
 
-// The unit checks of every statement here.
-std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted, bool direct) {
+// The unit checks of every statement here (access: sequential or stream
+// when not direct).
+std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted, bool direct,
+                   bool stream = false) {
   unit_rec *u = find_unit(number);
   if (!u) {
     unconnected_unit.head.number = number;
@@ -70,6 +73,7 @@ std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted
   if (!formatted && u->formatted) return raise(c, E_NOT_UNFORMATTED);
   if (direct && u->access != ACCESS_DIRECT) return raise(c, E_NOT_DIRECT);
   if (!direct && u->access == ACCESS_DIRECT) return raise(c, E_NOT_SEQUENTIAL);
+  if (!direct && (u->access == ACCESS_STREAM) != stream) return raise(c, stream ? E_NOT_STREAM : E_NOT_SEQUENTIAL);
   if (input && !(u->action & ACTION_READ)) return raise(c, E_NOT_READ);
   if (!input && !(u->action & ACTION_WRITE)) return raise(c, E_NOT_WRITE);
   return 0;
@@ -192,6 +196,19 @@ std::int32_t finish(kaf_ioctx *c, std::int32_t status) {
 std::int32_t move_block(kaf_ioctx *c, void *item, std::uint64_t n) {
   if (c->stmt_bits & STMT_DONE) return c->error_code;
   switch (kind_of(c)) {
+  case STREAM_READ: {
+    // Straight from the file: a short read is the end of the file.
+    unit_rec *u = unit_of(c);
+    if (std::fread(item, 1, n, u->stream) != n) {
+      u->at_end = 1;
+      u->head.status = static_cast<std::uint8_t>(u->head.status | UNIT_AT_EOF);
+      return static_cast<std::int32_t>(__KAFf90_ioerr(c, -1, static_cast<std::int32_t>(u->head.number)));
+    }
+    return 0;
+  }
+  case STREAM_WRITE:
+    if (std::fwrite(item, 1, n, unit_of(c)->stream) != n) return raise(c, E_WRITE_FAILED);
+    return 0;
   case UNF_READ:
   case DIRECT_UNF_READ:
     if (static_cast<std::uint64_t>(c->pos) + n > length_of(c)) return raise(c, E_LIST_TOO_BIG);
@@ -279,6 +296,35 @@ std::int32_t __KAFf90_write_direct_fmt4(kaf_ioctx *c, const char *src_file, std:
   begin(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, false);
   return begin_direct(c, unit, record, false, true);
 }
+
+// Stream access, unformatted: items move straight between the file and the
+// variables, at POS= (1 = the first byte) when it is given.
+std::int32_t __KAFf90_read_stream4(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int64_t unit,
+                                   const std::int64_t *pos, std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                                   std::int32_t flags) {
+  begin(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, true);
+  if (std::int32_t s = check(c, unit, true, false, false, true)) return s;
+  unit_rec *u = unit_of(c);
+  settle(u, true);
+  if (pos && *pos < 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
+  if (pos) std::fseek(u->stream, static_cast<long>(*pos - 1), SEEK_SET);
+  kind_of(c) = STREAM_READ;
+  return 0;
+}
+std::int32_t __KAFf90_write_stream4(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int64_t unit,
+                                    const std::int64_t *pos, std::int32_t *iostat, char *iomsg,
+                                    std::size_t iomsg_len, std::int32_t flags) {
+  begin(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, false);
+  if (std::int32_t s = check(c, unit, false, false, false, true)) return s;
+  unit_rec *u = unit_of(c);
+  settle(u, false);
+  if (pos && *pos < 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
+  if (pos) std::fseek(u->stream, static_cast<long>(*pos - 1), SEEK_SET);
+  u->at_end = 0;
+  kind_of(c) = STREAM_WRITE;
+  return 0;
+}
+std::int32_t __KAFf90_end_stream(kaf_ioctx *c) { return (c->stmt_bits & STMT_DONE) ? c->error_code : 0; }
 
 std::int32_t __KAFf90_read_unf2_block(kaf_ioctx *c, void *address, std::int64_t bytes, std::int32_t) {
   return move_block(c, address, static_cast<std::uint64_t>(bytes < 0 ? 0 : bytes));

@@ -429,6 +429,15 @@ KAF_API int32_t __KAFf90_read_direct_fmt4(kaf_ioctx *ctx, const char *src_file, 
 KAF_API int32_t __KAFf90_write_direct_fmt4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
                                            int64_t record, int32_t *iostat, char *iomsg, size_t iomsg_len,
                                            int32_t flags);
+/* Stream access, unformatted: POS= (first byte 1) or null; the items move
+ * straight between the file and the variables; one end call for both. */
+KAF_API int32_t __KAFf90_read_stream4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                      const int64_t *pos, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                      int32_t flags);
+KAF_API int32_t __KAFf90_write_stream4(kaf_ioctx *ctx, const char *src_file, int32_t src_line, int64_t unit,
+                                       const int64_t *pos, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                       int32_t flags);
+KAF_API int32_t __KAFf90_end_stream(kaf_ioctx *ctx);
 /* bytes of an item moved between it and the record (the last argument 0). */
 KAF_API int32_t __KAFf90_read_unf2_block(kaf_ioctx *ctx, void *address, int64_t bytes, int32_t zero);
 KAF_API int32_t __KAFf90_write_unf2_block(kaf_ioctx *ctx, const void *address, int64_t bytes, int32_t zero);

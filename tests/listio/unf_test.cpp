@@ -219,3 +219,36 @@ TEST(Unformatted, LegacyArraysInElementOrder) {
   EXPECT_EQ(std::string(&back[0][0], 6), "abcdef");
   ASSERT_EQ(__KAFf90_closef(36, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
 }
+
+TEST(StreamAccess, BytesWithoutFramingAtAnyPosition) {
+  const std::string path = temp_path("stream");
+  open_unit(37, path, "UNFORMATTED", "STREAM", nullptr);
+  kaf_ioctx_space space;
+  kaf_ioctx *c = reinterpret_cast<kaf_ioctx *>(&space);
+  ASSERT_EQ(__KAFf90_write_stream4(c, nullptr, 0, 37, nullptr, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_write_unf2_block(c, "abcdef", 6, 0), 0);
+  ASSERT_EQ(__KAFf90_end_stream(c), 0);
+  const std::int64_t at3 = 3;
+  ASSERT_EQ(__KAFf90_write_stream4(c, nullptr, 0, 37, &at3, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_write_unf2_block(c, "XY", 2, 0), 0);
+  ASSERT_EQ(__KAFf90_end_stream(c), 0);
+  ASSERT_EQ(__KAFf90_flush4(nullptr, 0, 37, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(slurp(path), "abXYef");
+  char got[4] = {};
+  const std::int64_t at2 = 2;
+  ASSERT_EQ(__KAFf90_read_stream4(c, nullptr, 0, 37, &at2, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_read_unf2_block(c, got, 4, 0), 0);
+  ASSERT_EQ(__KAFf90_end_stream(c), 0);
+  EXPECT_EQ(std::string(got, 4), "bXYe");
+  std::int32_t iostat = 0;
+  ASSERT_EQ(__KAFf90_read_stream4(c, nullptr, 0, 37, nullptr, &iostat, nullptr, 0, 5), 0);
+  EXPECT_EQ(__KAFf90_read_unf2_block(c, got, 2, 0), -1);  // one byte left
+  const std::int64_t zero = 0;
+  EXPECT_EQ(__KAFf90_read_stream4(c, nullptr, 0, 37, &zero, &iostat, nullptr, 0, 4), 1129);
+  EXPECT_EQ(__KAFf90_backspace4(nullptr, 0, 37, &iostat, nullptr, 0, 4), 1119);
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 37, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
+  // A sequential unit is not a stream.
+  open_unit(38, path, "UNFORMATTED", "SEQUENTIAL", nullptr);
+  EXPECT_EQ(__KAFf90_write_stream4(c, nullptr, 0, 38, nullptr, &iostat, nullptr, 0, 4), 1128);
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 38, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
+}
