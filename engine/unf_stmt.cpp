@@ -378,4 +378,19 @@ std::int32_t __KAFf90_end_write_direct_unf(kaf_ioctx *c) {
 }
 std::int32_t __KAFf90_end_write_direct_fmt(kaf_ioctx *c) { return __KAFf90_end_write_direct_unf(c); }
 
+// Unformatted READ and WRITE with options: REC= chooses the direct-access
+// statement, its absence the sequential one.
+std::int32_t __KAFf90_readu_optf4(kaf_ioctx *c, const char *file, std::int32_t line, std::int64_t unit,
+                                  const std::int64_t *record, std::int32_t *iostat, char *iomsg,
+                                  std::size_t iomsg_len, std::int32_t flags) {
+  if (record) return __KAFf90_read_direct_unf4(c, file, line, unit, *record, iostat, iomsg, iomsg_len, flags);
+  return __KAFf90_read_unf4(c, file, line, unit, iostat, iomsg, iomsg_len, flags);
+}
+std::int32_t __KAFf90_writeu_opt4(kaf_ioctx *c, const char *file, std::int32_t line, std::int64_t unit,
+                                  const std::int64_t *record, std::int32_t *iostat, char *iomsg,
+                                  std::size_t iomsg_len, std::int32_t flags) {
+  if (record) return __KAFf90_write_direct_unf4(c, file, line, unit, *record, iostat, iomsg, iomsg_len, flags);
+  return __KAFf90_write_unf4(c, file, line, unit, iostat, iomsg, iomsg_len, flags);
+}
+
 }  // extern "C"

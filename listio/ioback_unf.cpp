@@ -138,3 +138,51 @@ std::int32_t __KAFf90_enddreadu(void) { return __KAFf90_end_read_direct_unf(lega
 std::int32_t __KAFf90_enddwriteu(void) { return __KAFf90_end_write_direct_unf(legacy_context()); }
 
 }  // extern "C"
+
+// Unformatted READ and WRITE with options: REC= (the address of the record
+// number, or null for a sequential statement), IOSTAT= and IOMSG=.
+extern "C" {
+
+std::int32_t __KAFf90_readu_optf2g(const char *file, std::int32_t line, std::int32_t unit,
+                                   const std::int32_t *record, std::int32_t *iostat, char *iomsg,
+                                   std::size_t iomsg_len, std::int32_t flags) {
+  std::int64_t wide = record ? *record : 0;
+  return __KAFf90_readu_optf4(legacy_context(), file, line, unit, record ? &wide : nullptr, iostat, iomsg,
+                              iomsg_len, flags);
+}
+std::int32_t __KAFf90_readu_optf2(std::int32_t unit, const std::int32_t *record, std::int32_t *iostat, char *iomsg,
+                                  std::size_t iomsg_len, std::int32_t flags) {
+  return __KAFf90_readu_optf2g(nullptr, 0, unit, record, iostat, iomsg, iomsg_len, flags);
+}
+std::int32_t __KAFf90_readu_optf(std::int32_t unit, const std::int32_t *record, std::int32_t *iostat,
+                                 std::int32_t flags) {
+  return __KAFf90_readu_optf2(unit, record, iostat, nullptr, 0, flags);
+}
+std::int32_t __KAFf90_readu_opt(std::int32_t unit, const std::int32_t *record, std::int32_t flags) {
+  return __KAFf90_readu_optf(unit, record, nullptr, flags);
+}
+
+std::int32_t __KAFf90_writeu_optf2g(const char *file, std::int32_t line, std::int32_t unit,
+                                    const std::int32_t *record, std::int32_t *iostat, char *iomsg,
+                                    std::size_t iomsg_len, std::int32_t flags) {
+  std::int64_t wide = record ? *record : 0;
+  return __KAFf90_writeu_opt4(legacy_context(), file, line, unit, record ? &wide : nullptr, iostat, iomsg,
+                              iomsg_len, reduce(flags));
+}
+std::int32_t __KAFf90_writeu_optf2(std::int32_t unit, const std::int32_t *record, std::int32_t *iostat,
+                                   char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  return __KAFf90_writeu_optf2g(nullptr, 0, unit, record, iostat, iomsg, iomsg_len, flags);
+}
+std::int32_t __KAFf90_writeu_optf_line(const char *file, std::int32_t line, std::int32_t unit,
+                                       const std::int32_t *record, std::int32_t *iostat, std::int32_t flags) {
+  return __KAFf90_writeu_optf2g(file, line, unit, record, iostat, nullptr, 0, flags);
+}
+std::int32_t __KAFf90_writeu_optf(std::int32_t unit, const std::int32_t *record, std::int32_t *iostat,
+                                  std::int32_t flags) {
+  return __KAFf90_writeu_optf_line(nullptr, 0, unit, record, iostat, flags);
+}
+std::int32_t __KAFf90_writeu_opt(std::int32_t unit, const std::int32_t *record, std::int32_t flags) {
+  return __KAFf90_writeu_optf(unit, record, nullptr, flags);
+}
+
+}  // extern "C"

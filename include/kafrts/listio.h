@@ -507,6 +507,30 @@ KAF_API int32_t __KAFf90_ureada(int32_t type_code, const int64_t *desc, int64_t 
 KAF_API int32_t __KAFf90_uwritea(int32_t type_code, const int64_t *desc, int64_t element_size);
 KAF_API int32_t __KAFf90_ureadcha(int32_t type_code, const int64_t *desc, int64_t count);
 KAF_API int32_t __KAFf90_uwritecha(int32_t type_code, const int64_t *desc, int64_t count);
+/* Unformatted READ/WRITE with options: REC= (address of the record number,
+ * null for a sequential statement), IOSTAT=, IOMSG=. The 4 forms take the
+ * caller's context; the legacy forms use the legacy context (the write
+ * side reduces its flag word). */
+KAF_API int32_t __KAFf90_readu_optf4(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                     const int64_t *record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                     int32_t flags);
+KAF_API int32_t __KAFf90_writeu_opt4(kaf_ioctx *ctx, const char *file, int32_t line, int64_t unit,
+                                     const int64_t *record, int32_t *iostat, char *iomsg, size_t iomsg_len,
+                                     int32_t flags);
+KAF_API int32_t __KAFf90_readu_optf2g(const char *file, int32_t line, int32_t unit, const int32_t *record,
+                                      int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_readu_optf2(int32_t unit, const int32_t *record, int32_t *iostat, char *iomsg,
+                                     size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_readu_optf(int32_t unit, const int32_t *record, int32_t *iostat, int32_t flags);
+KAF_API int32_t __KAFf90_readu_opt(int32_t unit, const int32_t *record, int32_t flags);
+KAF_API int32_t __KAFf90_writeu_optf2g(const char *file, int32_t line, int32_t unit, const int32_t *record,
+                                       int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_writeu_optf2(int32_t unit, const int32_t *record, int32_t *iostat, char *iomsg,
+                                      size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_writeu_optf_line(const char *file, int32_t line, int32_t unit, const int32_t *record,
+                                          int32_t *iostat, int32_t flags);
+KAF_API int32_t __KAFf90_writeu_optf(int32_t unit, const int32_t *record, int32_t *iostat, int32_t flags);
+KAF_API int32_t __KAFf90_writeu_opt(int32_t unit, const int32_t *record, int32_t flags);
 KAF_API int32_t __KAFf90_endreadu(void);
 KAF_API int32_t __KAFf90_endwriteu(void);
 KAF_API int32_t __KAFf90_enddread(void);

@@ -252,3 +252,24 @@ TEST(StreamAccess, BytesWithoutFramingAtAnyPosition) {
   EXPECT_EQ(__KAFf90_write_stream4(c, nullptr, 0, 38, nullptr, &iostat, nullptr, 0, 4), 1128);
   ASSERT_EQ(__KAFf90_close4(nullptr, 0, 38, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
 }
+
+TEST(Unformatted, LegacyOptionChains) {
+  const std::string path = temp_path("opt");
+  const std::int64_t recl = 4;
+  open_unit(39, path, "UNFORMATTED", "DIRECT", &recl);
+  const std::int32_t rec = 2, v = 77;
+  std::int32_t back = 0, iostat = 0;
+  ASSERT_EQ(__KAFf90_writeu_opt(39, &rec, 0), 0);
+  ASSERT_EQ(__KAFf90_uwrite(&v, 4), 0);
+  ASSERT_EQ(__KAFf90_enddwriteu(), 0);
+  ASSERT_EQ(__KAFf90_readu_optf(39, &rec, &iostat, 0), 0);
+  ASSERT_EQ(__KAFf90_uread(&back, 4), 0);
+  ASSERT_EQ(__KAFf90_enddreadu(), 0);
+  EXPECT_EQ(back, 77);
+  // Without REC= the statement is sequential, which a direct unit refuses;
+  // the write side's flag word 1 becomes 4 and the error is returned.
+  EXPECT_EQ(__KAFf90_writeu_optf(39, nullptr, &iostat, 1), 1050);
+  EXPECT_EQ(iostat, 1050);
+  EXPECT_EQ(__KAFf90_readu_optf2(39, nullptr, &iostat, nullptr, 0, 4), 1050);
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 39, "DELETE", 6, nullptr, nullptr, 0, 0), 0);
+}
