@@ -1,0 +1,174 @@
+// The strided copy behind RESHAPE, SPREAD, TRANSPOSE, CSHIFT, EOSHIFT and
+// PACK's VECTOR tail: an index space of up to 16 dimensions, each with a
+// source and a destination byte stride. Dimensions are put in destination
+// order and merged where both sides are contiguous, so that the common cases
+// become block copies, word-sized strided loops or cache-sized tiles.
+#include <algorithm>
+
+#include "arrays/descriptor.h"
+
+namespace kaf::arrays {
+namespace {
+
+constexpr int max_copy_dims = 16;
+
+// Moves n elements of ES bytes (0: es bytes, known only at run time).
+template <int ES>
+void run_strided(char *d, int64_t ds, const char *s, int64_t ss, int64_t n, int64_t es) {
+  const size_t bytes = ES ? ES : static_cast<size_t>(es);
+  for (int64_t i = 0; i < n; ++i) {
+    std::memcpy(d, s, ES ? ES : bytes);
+    d += ds;
+    s += ss;
+  }
+}
+
+using run_fn = void (*)(char *, int64_t, const char *, int64_t, int64_t, int64_t);
+
+run_fn choose_run(int64_t es) {
+  switch (es) {
+    case 1:
+      return run_strided<1>;
+    case 2:
+      return run_strided<2>;
+    case 4:
+      return run_strided<4>;
+    case 8:
+      return run_strided<8>;
+    case 16:
+      return run_strided<16>;
+    default:
+      return run_strided<0>;
+  }
+}
+
+// Calls f(dst, src) at every index tuple of the m dimensions d[0..m-1].
+template <typename F>
+void for_each_tuple(char *dst, const char *src, int m, const copy_dim *d, F &&f) {
+  int64_t cnt[max_copy_dims] = {};
+  for (;;) {
+    f(dst, src);
+    int k = 0;
+    for (; k < m; ++k) {
+      dst += d[k].ds;
+      src += d[k].ss;
+      if (++cnt[k] < d[k].n) break;
+      dst -= d[k].ds * d[k].n;
+      src -= d[k].ss * d[k].n;
+      cnt[k] = 0;
+    }
+    if (k == m) return;
+  }
+}
+
+// One tile edge: 32 elements of up to 8 bytes keep a tile's source lines and
+// destination lines (2 x 32 x 64 bytes at most per side) inside L1.
+int64_t tile_edge(int64_t es) {
+  return es <= 8 ? 32 : es <= 16 ? 16 : 8;
+}
+
+// Copies the a x b block where the destination is contiguous along a (stride
+// es) and the source along b: tiles so that both sides reuse their lines.
+template <int ES>
+void copy_tiled(char *dst, const char *src, const copy_dim &a, const copy_dim &b, int64_t es) {
+  const int64_t t = tile_edge(es);
+  const size_t bytes = ES ? ES : static_cast<size_t>(es);
+  for (int64_t j0 = 0; j0 < b.n; j0 += t) {
+    const int64_t j1 = std::min(b.n, j0 + t);
+    for (int64_t i0 = 0; i0 < a.n; i0 += t) {
+      const int64_t i1 = std::min(a.n, i0 + t);
+      for (int64_t j = j0; j < j1; ++j) {
+        char *d = dst + j * b.ds + i0 * a.ds;
+        const char *s = src + j * b.ss + i0 * a.ss;
+        for (int64_t i = i0; i < i1; ++i) {
+          std::memcpy(d, s, ES ? ES : bytes);
+          d += a.ds;
+          s += a.ss;
+        }
+      }
+    }
+  }
+}
+
+using tile_fn = void (*)(char *, const char *, const copy_dim &, const copy_dim &, int64_t);
+
+tile_fn choose_tile(int64_t es) {
+  switch (es) {
+    case 1:
+      return copy_tiled<1>;
+    case 2:
+      return copy_tiled<2>;
+    case 4:
+      return copy_tiled<4>;
+    case 8:
+      return copy_tiled<8>;
+    case 16:
+      return copy_tiled<16>;
+    default:
+      return copy_tiled<0>;
+  }
+}
+
+int64_t magnitude(int64_t v) {
+  return v < 0 ? -v : v;
+}
+
+}  // namespace
+
+void copy_strided(char *dst, const char *src, int64_t es, int nd, copy_dim *dims) {
+  if (nd > max_copy_dims) __KAFf90_crash("impossible dimension count %d in an array copy", nd);
+  copy_dim d[max_copy_dims];
+  int m = 0;
+  for (int k = 0; k < nd; ++k) {
+    if (dims[k].n <= 0) return;
+    if (dims[k].n != 1) d[m++] = dims[k];
+  }
+  if (es <= 0) return;
+  // Destination order: the smallest destination stride innermost. The result
+  // blocks are contiguous, so this puts the writes in address order.
+  for (int k = 1; k < m; ++k) {  // insertion sort: stable, allocates nothing
+    const copy_dim x = d[k];
+    int i = k;
+    for (; i > 0 && magnitude(d[i - 1].ds) > magnitude(x.ds); --i) d[i] = d[i - 1];
+    d[i] = x;
+  }
+  int w = 0;
+  for (int k = 0; k < m; ++k) {
+    if (w > 0 && d[k].ds == d[w - 1].ds * d[w - 1].n && d[k].ss == d[w - 1].ss * d[w - 1].n) {
+      d[w - 1].n *= d[k].n;
+    } else {
+      d[w++] = d[k];
+    }
+  }
+  m = w;
+  if (m == 0) {
+    copy_element(dst, src, es);
+    return;
+  }
+  const copy_dim inner = d[0];
+  if (inner.ds == es && inner.ss == es) {
+    const size_t run = static_cast<size_t>(inner.n * es);
+    for_each_tuple(dst, src, m - 1, d + 1,
+                   [run](char *dp, const char *sp) { std::memcpy(dp, sp, run); });
+    return;
+  }
+  if (inner.ds == es && magnitude(inner.ss) != es && inner.ss != 0) {
+    for (int j = 1; j < m; ++j) {
+      if (magnitude(d[j].ss) != es) continue;
+      const copy_dim other = d[j];
+      copy_dim rest[max_copy_dims];
+      int r = 0;
+      for (int k = 1; k < m; ++k)
+        if (k != j) rest[r++] = d[k];
+      const tile_fn tile = choose_tile(es);
+      for_each_tuple(dst, src, r, rest,
+                     [&](char *dp, const char *sp) { tile(dp, sp, inner, other, es); });
+      return;
+    }
+  }
+  const run_fn run = choose_run(es);
+  for_each_tuple(dst, src, m - 1, d + 1,
+                 [&](char *dp, const char *sp) { run(dp, inner.ds, sp, inner.ss, inner.n, es); });
+}
+
+}  // namespace kaf::arrays
