@@ -42,9 +42,10 @@ void check_worker(const char *file, int32_t line, const int64_t *vector, const c
     lo = std::min(lo, at(i));
     hi = std::max(hi, at(i));
   }
-  const uint64_t range = static_cast<uint64_t>(hi) - static_cast<uint64_t>(lo) + 1;
-  if (range / 64 <= static_cast<uint64_t>(n)) {
-    const size_t bytes = static_cast<size_t>((range + 7) / 8);
+  // span + 1 values; span itself never wraps (it is at most 2^64 - 1).
+  const uint64_t span = static_cast<uint64_t>(hi) - static_cast<uint64_t>(lo);
+  if (span / 64 < static_cast<uint64_t>(n)) {
+    const size_t bytes = static_cast<size_t>(span / 8 + 1);
     auto *bits = static_cast<unsigned char *>(__KAFf90_zoAlloc(bytes));
     if (bits) {
       for (int64_t i = 0; i < n; ++i) {
