@@ -147,15 +147,14 @@ inline std::string ids_bytes(const std::vector<uint64_t> &ids, int64_t elsize) {
   return s;
 }
 
-// Runs body in a child; expects an abort whose standard error starts with
-// "Runtime Error: " + want + "\n". Returns the standard error text.
+// Runs body in a child; expects an abort whose standard error is exactly the
+// fatal report of want. Returns the standard error text.
 template <typename F>
 std::string expect_fatal(F body, const std::string &want) {
   kaftest::child_result r = kaftest::run_in_child([&] { body(); });
   EXPECT_TRUE(r.signaled) << "exited normally, stderr: " << r.err;
   EXPECT_EQ(r.signal, SIGABRT);
-  const std::string line = "Runtime Error: " + want + "\n";
-  EXPECT_EQ(r.err.substr(0, line.size()), line);
+  EXPECT_EQ(r.err, "Runtime Error: " + want + "\nProgram terminated by fatal error\n");
   return r.err;
 }
 

@@ -44,18 +44,19 @@ std::string check(const std::vector<int64_t> &v, bool i4, int64_t step, const ch
     return "";
   }
   EXPECT_EQ(r.signal, SIGABRT);
-  return r.err.substr(0, r.err.find('\n') + 1);
+  return r.err;
 }
 
 std::string expected(const std::vector<int64_t> &v, const char *name) {
   int64_t value;
   if (!first_repeat(v, &value)) return "";
+  const std::string ended = "Program terminated by fatal error\n";
   if (name)
     return "Runtime Error: v.f90, line 20: Left-hand side of assignment has vector subscript " +
-           std::string(name) + " with duplicate value " + std::to_string(value) + "\n";
+           std::string(name) + " with duplicate value " + std::to_string(value) + "\n" + ended;
   return "Runtime Error: v.f90, line 20: Left-hand side of assignment has duplicate vector "
          "subscript value " +
-         std::to_string(value) + " for dimension 2\n";
+         std::to_string(value) + " for dimension 2\n" + ended;
 }
 
 }  // namespace
