@@ -3,6 +3,8 @@
 // source and a destination byte stride. Dimensions are put in destination
 // order and merged where both sides are contiguous, so that the common cases
 // become block copies, word-sized strided loops or cache-sized tiles.
+#include <emmintrin.h>
+
 #include <algorithm>
 
 #include "arrays/descriptor.h"
@@ -63,27 +65,61 @@ void for_each_tuple(char *dst, const char *src, int m, const copy_dim *d, F &&f)
 
 // One tile edge: 32 elements of up to 8 bytes keep a tile's source lines and
 // destination lines (2 x 32 x 64 bytes at most per side) inside L1.
-int64_t tile_edge(int64_t es) {
-  return es <= 8 ? 32 : es <= 16 ? 16 : 8;
+int64_t tile_edge(int64_t es) { return es <= 8 ? 32 : es <= 16 ? 16 : 8; }
+
+// One tile of 8-byte elements: dst(i, j) = src(i, j), dst contiguous along i
+// and src along j. Pairs of source rows are read 16 bytes at a time and
+// transposed in registers (two 64-bit lanes each), so every load and store
+// moves two elements.
+void transpose_tile8(char *dst, const char *src, int64_t ni, int64_t nj, int64_t ass,
+                     int64_t bds) {
+  int64_t i = 0;
+  for (; i + 2 <= ni; i += 2) {
+    const char *s0 = src + i * ass, *s1 = s0 + ass;
+    char *d = dst + i * 8;
+    int64_t j = 0;
+    for (; j + 2 <= nj; j += 2) {
+      const __m128i r0 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s0 + j * 8));
+      const __m128i r1 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s1 + j * 8));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d + j * bds), _mm_unpacklo_epi64(r0, r1));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d + (j + 1) * bds), _mm_unpackhi_epi64(r0, r1));
+    }
+    for (; j < nj; ++j) {
+      std::memcpy(d + j * bds, s0 + j * 8, 8);
+      std::memcpy(d + j * bds + 8, s1 + j * 8, 8);
+    }
+  }
+  for (; i < ni; ++i)
+    for (int64_t j = 0; j < nj; ++j) std::memcpy(dst + i * 8 + j * bds, src + i * ass + j * 8, 8);
 }
 
 // Copies the a x b block where the destination is contiguous along a (stride
 // es) and the source along b: tiles so that both sides reuse their lines.
+// Strides live in locals: the stores go through char pointers, which the
+// compiler must otherwise assume to overwrite them.
 template <int ES>
 void copy_tiled(char *dst, const char *src, const copy_dim &a, const copy_dim &b, int64_t es) {
   const int64_t t = tile_edge(es);
   const size_t bytes = ES ? ES : static_cast<size_t>(es);
-  for (int64_t j0 = 0; j0 < b.n; j0 += t) {
-    const int64_t j1 = std::min(b.n, j0 + t);
-    for (int64_t i0 = 0; i0 < a.n; i0 += t) {
-      const int64_t i1 = std::min(a.n, i0 + t);
+  const int64_t an = a.n, bn = b.n, ass = a.ss, ads = a.ds, bss = b.ss, bds = b.ds;
+  for (int64_t i0 = 0; i0 < an; i0 += t) {
+    const int64_t i1 = std::min(an, i0 + t);
+    for (int64_t j0 = 0; j0 < bn; j0 += t) {
+      const int64_t j1 = std::min(bn, j0 + t);
+      if constexpr (ES == 8) {
+        if (bss == 8) {  // source ascending along b: the register transpose
+          transpose_tile8(dst + j0 * bds + i0 * ads, src + j0 * bss + i0 * ass, i1 - i0, j1 - j0,
+                          ass, bds);
+          continue;
+        }
+      }
       for (int64_t j = j0; j < j1; ++j) {
-        char *d = dst + j * b.ds + i0 * a.ds;
-        const char *s = src + j * b.ss + i0 * a.ss;
+        char *d = dst + j * bds + i0 * ads;
+        const char *s = src + j * bss + i0 * ass;
         for (int64_t i = i0; i < i1; ++i) {
           std::memcpy(d, s, ES ? ES : bytes);
-          d += a.ds;
-          s += a.ss;
+          d += ads;
+          s += ass;
         }
       }
     }
@@ -109,9 +145,7 @@ tile_fn choose_tile(int64_t es) {
   }
 }
 
-int64_t magnitude(int64_t v) {
-  return v < 0 ? -v : v;
-}
+int64_t magnitude(int64_t v) { return v < 0 ? -v : v; }
 
 }  // namespace
 
@@ -152,9 +186,15 @@ void copy_strided(char *dst, const char *src, int64_t es, int nd, copy_dim *dims
                    [run](char *dp, const char *sp) { std::memcpy(dp, sp, run); });
     return;
   }
-  if (inner.ds == es && magnitude(inner.ss) != es && inner.ss != 0) {
-    for (int j = 1; j < m; ++j) {
-      if (magnitude(d[j].ss) != es) continue;
+  // Reads far apart along the writes: tile with the dimension whose reads
+  // are closest together, so that both sides stay within cache lines.
+  if (inner.ds == es && magnitude(inner.ss) > 64) {
+    int j = 0;
+    for (int k = 1; k < m; ++k)
+      if (d[k].ss != 0 && magnitude(d[k].ss) < magnitude(inner.ss) &&
+          (j == 0 || magnitude(d[k].ss) < magnitude(d[j].ss)))
+        j = k;
+    if (j != 0) {
       const copy_dim other = d[j];
       copy_dim rest[max_copy_dims];
       int r = 0;

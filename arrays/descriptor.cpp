@@ -43,8 +43,12 @@ int64_t byte_count(int64_t count, int64_t elsize) {
   return bytes;
 }
 
-char *take_block(const char *file, int32_t line, int64_t bytes, const char *intrinsic) {
-  void *p = bytes < 0 ? nullptr : __KAFf90_zoAlloc(static_cast<size_t>(bytes));
+char *take_block(const char *file, int32_t line, int64_t bytes, const char *intrinsic,
+                 bool zeroed) {
+  void *p = nullptr;
+  if (bytes >= 0)
+    p = zeroed ? __KAFf90_zoAlloc(static_cast<size_t>(bytes))
+               : __KAFf90_oAlloc(static_cast<size_t>(bytes));
   if (!p) __KAFf90_rterr(file, line, 162, intrinsic);
   return static_cast<char *>(p);
 }

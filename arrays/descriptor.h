@@ -51,9 +51,11 @@ int64_t element_count(const int64_t *extent, int rank);
 // Bytes of count elements of elsize; -1 when it does not fit.
 int64_t byte_count(int64_t count, int64_t elsize);
 
-// Takes a zero-filled block of bytes through the companion allocator, or
-// reports message 162 for the named intrinsic (with file and line).
-char *take_block(const char *file, int32_t line, int64_t bytes, const char *intrinsic);
+// Takes a block of bytes through the companion allocator (zero-filled from
+// __KAFf90_zoAlloc, or from __KAFf90_oAlloc where the caller writes every
+// byte), or reports message 162 for the named intrinsic (with file and line).
+char *take_block(const char *file, int32_t line, int64_t bytes, const char *intrinsic,
+                 bool zeroed = true);
 
 // Message 165: the first dimension where a's and b's extents differ.
 void check_conformance(const char *file, int32_t line, int rank, const int64_t *a_extent,
@@ -176,8 +178,6 @@ inline int64_t char_width(elform form) {
   }
 }
 
-inline bool has_length_word(elform form) {
-  return form != elform::numeric;
-}
+inline bool has_length_word(elform form) { return form != elform::numeric; }
 
 }  // namespace kaf::arrays

@@ -83,9 +83,7 @@ bool line_up(const view &src, const order_walker &dst, copy_dim *out, int *count
   return true;
 }
 
-[[noreturn]] void nextelt_overflow() {
-  __KAFf90_crash("impossible nextelt overflow in RESHAPE");
-}
+[[noreturn]] void nextelt_overflow() { __KAFf90_crash("impossible nextelt overflow in RESHAPE"); }
 
 void reshape_worker(const char *file, int32_t line, void *result, elform form,
                     int64_t numeric_elsize, int32_t source_rank, const int64_t *source,

@@ -117,7 +117,8 @@ void shift_worker(const char *file, int32_t line, void *result, elform form, int
     const int64_t n = av.extent[at];
 
     // The dimensions other than DIM, with the strides of every operand.
-    int64_t others[max_rank], a_st[max_rank], r_st[max_rank], s_st[max_rank], b_st[max_rank];
+    int64_t others[max_rank] = {}, a_st[max_rank] = {}, r_st[max_rank] = {}, s_st[max_rank] = {},
+            b_st[max_rank] = {};
     for (int k = 0, j = 0; k < rank; ++k) {
       if (k == at) continue;
       others[j] = av.extent[k];

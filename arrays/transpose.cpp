@@ -10,7 +10,8 @@ void transpose_worker(const char *file, int32_t line, void *result, elform form,
   const view src = decode(matrix, 2, form, numeric_elsize);
   const int64_t extent[2] = {src.extent[1], src.extent[0]};
   const int64_t count = element_count(extent, 2);
-  char *block = take_block(file, line, count < 0 ? -1 : byte_count(count, src.elsize), "TRANSPOSE");
+  char *block = take_block(file, line, count < 0 ? -1 : byte_count(count, src.elsize), "TRANSPOSE",
+                           /*zeroed=*/false);  // every byte is written
   if (count > 0) {
     copy_dim dims[2] = {{extent[0], src.stride[1], src.elsize},
                         {extent[1], src.stride[0], src.elsize * extent[0]}};
