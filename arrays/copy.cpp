@@ -25,7 +25,37 @@ void run_strided(char *d, int64_t ds, const char *s, int64_t ss, int64_t n, int6
   }
 }
 
+// The same with the destination contiguous (stride ES, known to the compiler),
+// and a source stride of 0 turned into a fill of one value.
+template <int ES>
+void run_to_contiguous(char *d, int64_t, const char *s, int64_t ss, int64_t n, int64_t) {
+  if (ss == 0) {
+    unsigned char v[ES];
+    std::memcpy(v, s, ES);
+    for (int64_t i = 0; i < n; ++i) std::memcpy(d + i * ES, v, ES);
+    return;
+  }
+  for (int64_t i = 0; i < n; ++i, s += ss) std::memcpy(d + i * ES, s, ES);
+}
+
 using run_fn = void (*)(char *, int64_t, const char *, int64_t, int64_t, int64_t);
+
+run_fn choose_run_to_contiguous(int64_t es) {
+  switch (es) {
+    case 1:
+      return run_to_contiguous<1>;
+    case 2:
+      return run_to_contiguous<2>;
+    case 4:
+      return run_to_contiguous<4>;
+    case 8:
+      return run_to_contiguous<8>;
+    case 16:
+      return run_to_contiguous<16>;
+    default:
+      return run_strided<0>;
+  }
+}
 
 run_fn choose_run(int64_t es) {
   switch (es) {
@@ -71,8 +101,7 @@ int64_t tile_edge(int64_t es) { return es <= 8 ? 32 : es <= 16 ? 16 : 8; }
 // and src along j. Pairs of source rows are read 16 bytes at a time and
 // transposed in registers (two 64-bit lanes each), so every load and store
 // moves two elements.
-void transpose_tile8(char *dst, const char *src, int64_t ni, int64_t nj, int64_t ass,
-                     int64_t bds) {
+void transpose_tile8(char *dst, const char *src, int64_t ni, int64_t nj, int64_t ass, int64_t bds) {
   int64_t i = 0;
   for (; i + 2 <= ni; i += 2) {
     const char *s0 = src + i * ass, *s1 = s0 + ass;
@@ -206,7 +235,7 @@ void copy_strided(char *dst, const char *src, int64_t es, int nd, copy_dim *dims
       return;
     }
   }
-  const run_fn run = choose_run(es);
+  const run_fn run = inner.ds == es ? choose_run_to_contiguous(es) : choose_run(es);
   for_each_tuple(dst, src, m - 1, d + 1,
                  [&](char *dp, const char *sp) { run(dp, inner.ds, sp, inner.ss, inner.n, es); });
 }

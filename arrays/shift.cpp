@@ -103,7 +103,8 @@ void shift_worker(const char *file, int32_t line, void *result, elform form, int
   }
 
   const int64_t count = element_count(av.extent, rank);
-  char *block = take_block(file, line, count < 0 ? -1 : byte_count(count, es), name);
+  char *block = take_block(file, line, count < 0 ? -1 : byte_count(count, es), name,
+                           /*zeroed=*/false);  // every byte is written
   if (count > 0 && es > 0) {
     if (eo && !bd.present) {
       default_boundary = make_default_boundary(file, line, form, es, name);
