@@ -13,8 +13,9 @@ view decode(const int64_t *desc, int rank, elform form, int64_t numeric_elsize) 
   v.rank = rank;
   const int64_t *dims = desc + num_dims_word;
   if (has_length_word(form)) {
-    v.length = desc[1];
-    v.elsize = desc[1] * char_width(form);
+    v.length = desc[1] < 0 ? 0 : desc[1];  // a negative length is an empty string
+    if (__builtin_mul_overflow(v.length, char_width(form), &v.elsize))
+      v.elsize = -1;  // no block can hold one: reported as out of memory
     dims = desc + chr_dims_word;
   } else {
     v.elsize = numeric_elsize;

@@ -28,7 +28,7 @@ static_assert(offsetof(kaf_char_array_result, extent) == 16);
 // How an entry knows its element size: the numeric members are told by the
 // caller, the character members multiply the length word by the character
 // width, the derived-type members read bytes from the length word.
-enum class elform : int { numeric = 0, ch1 = 1, ch2 = 2, ch4 = 4, dt = 8 };
+enum class elform { numeric, ch1, ch2, ch4, dt };
 
 // A descriptor decoded once: the address of the first element, the element
 // size in bytes and, per dimension, extent and byte stride. Lower bounds and
