@@ -231,3 +231,16 @@ TEST(Pack, ConformanceAndLengthMessages) {
                "Dimension 2 of ARRAY argument to intrinsic PACK has extent 4  but MASK argument "
                "extent is 5");
 }
+
+TEST(Pack, WorstCaseBeyondMemoryIsMessage162) {
+  // VECTOR claims 2^60 elements: the worst-case block cannot be had, and
+  // nothing is read from VECTOR before the allocation.
+  double a[2] = {}, vec[1] = {};
+  int32_t m[2] = {1, 0};
+  desc da = contiguous(a, {2}, 8), dm = contiguous(m, {2}, 4);
+  desc dv = make_desc(vec, {int64_t{1} << 60}, {8});
+  kaf_array_result r;
+  expect_fatal(
+      [&] { __KAFf90_pack_line("o.f90", 6, &r, 8, 1, da.data(), 1, dm.data(), dv.data()); },
+      "o.f90, line 6: Out of memory in intrinsic PACK");
+}

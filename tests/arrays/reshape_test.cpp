@@ -321,3 +321,29 @@ TEST(Reshape, LocationPrefixOfEachForm) {
                "SOURCE argument to intrinsic RESHAPE has character length 8 but PAD argument has "
                "length 4");
 }
+
+TEST(Reshape, SizeBeyondMemoryIsMessage162) {
+  int64_t src[2] = {}, pad[1] = {};
+  desc s = contiguous(src, {2}, 8), p = contiguous(pad, {1}, 8);
+  const std::vector<int64_t> shape = {int64_t{1} << 40, int64_t{1} << 40};
+  desc sh = int_vector(shape);
+  kaf_array_result r;
+  expect_fatal(
+      [&] {
+        __KAFf90_reshape_line("o.f90", 4, &r, 8, 1, s.data(), sh.data(), 1, p.data(), nullptr);
+      },
+      "o.f90, line 4: Out of memory in intrinsic RESHAPE");
+}
+
+TEST(Reshape, NegativeCharacterLengthIsAnEmptyString) {
+  char src[4] = {};
+  desc s = make_desc(src, {4}, {1}, {}, true, -5);
+  const std::vector<int64_t> shape = {2, 2};
+  desc sh = int_vector(shape);
+  kaf_char_array_result r;
+  __KAFf90_chreshape(&r, 1, s.data(), sh.data(), 0, nullptr, nullptr);
+  EXPECT_EQ(r.length, 0);
+  EXPECT_EQ(r.extent[0], 2);
+  EXPECT_EQ(r.extent[1], 2);
+  EXPECT_EQ(take_result(r, 0), "");
+}

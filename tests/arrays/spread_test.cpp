@@ -180,3 +180,11 @@ TEST(Transpose, CharacterForms) {
     }
   }
 }
+
+TEST(Spread, SizeBeyondMemoryIsMessage162) {
+  double a[3] = {};
+  desc s = contiguous(a, {3}, 8);
+  kaf_array_result r;
+  expect_fatal([&] { __KAFf90_spread_line("o.f90", 2, &r, 8, 1, s.data(), 2, INT64_MAX / 2); },
+               "o.f90, line 2: Out of memory in intrinsic SPREAD");
+}
