@@ -131,8 +131,9 @@ void shift_worker(const char *file, int32_t line, void *result, elform form, int
     }
     const int no = rank - 1;
 
-    // Copies one piece for `lines` lines at once (all of them with a scalar
-    // SHIFT, one otherwise); from_boundary takes BOUNDARY's elements.
+    // Copies one piece of nlines lines at once (every line under a scalar
+    // SHIFT, one line otherwise), from ARRAY or, with src_step 0, from
+    // BOUNDARY.
     const auto move = [&](char *dst, const char *src, const int64_t *src_other_strides,
                           int64_t src_step, const piece &p, int64_t nlines) {
       copy_dim dims[max_rank];
@@ -161,7 +162,7 @@ void shift_worker(const char *file, int32_t line, void *result, elform form, int
     if (sh.scalar || no == 0) {
       do_line(block, av.base, sh.v.base, bd.v.base, count / n);
     } else {
-      int64_t strides[4][max_rank];
+      int64_t strides[4][max_rank] = {};
       for (int j = 0; j < no; ++j) {
         strides[0][j] = r_st[j];
         strides[1][j] = a_st[j];
