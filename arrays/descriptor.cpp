@@ -8,6 +8,7 @@
 namespace kaf::arrays {
 
 view decode(const int64_t *desc, int rank, elform form, int64_t numeric_elsize) {
+  if (rank < 0 || rank > max_rank) __KAFf90_crash("array descriptor of rank %d", rank);
   view v{};
   v.base = reinterpret_cast<char *>(desc[0]);
   v.rank = rank;

@@ -60,6 +60,7 @@ template <typename M>
 void pack_worker(const char *file, int32_t line, void *result, elform form, int64_t numeric_elsize,
                  int32_t rank, const int64_t *array, int32_t mask_rank, const int64_t *mask,
                  const int64_t *vector) {
+  if (rank < 1) __KAFf90_crash("PACK: ARRAY of rank %d", rank);
   const view av = decode(array, rank, form, numeric_elsize);
   const int64_t es = av.elsize;
   const bool scalar_mask = mask_rank == 0;

@@ -183,3 +183,17 @@ TEST(CheckShapes, FirstDifferingDimensionIsMessage154) {
   expect_fatal([&] { __KAFf90_check_shapes(db.data() + 2, dc.data() + 2, 3); },
                "Shape mismatch: Dimension 1 extents are 3 and 2");
 }
+
+TEST(Descriptor, RankBeyondSevenIsAnInternalFault) {
+  double a[1] = {};
+  desc d = contiguous(a, {1, 1, 1, 1, 1, 1, 1, 1}, 8);
+  const std::vector<int64_t> shape = {1};
+  desc sh = int_vector(shape);
+  kaf_array_result r;
+  expect_fatal([&] { __KAFf90_reshape(&r, 8, 8, d.data(), sh.data(), 0, nullptr, nullptr); },
+               "array descriptor of rank 8");
+  int32_t m = 1;
+  desc dm = make_desc(&m, {}, {});
+  expect_fatal([&] { __KAFf90_pack(&r, 8, 0, d.data(), 0, dm.data(), nullptr); },
+               "PACK: ARRAY of rank 0");
+}
