@@ -159,7 +159,10 @@ void shift_worker(const char *file, int32_t line, void *result, elform form, int
       }
     };
 
-    if (sh.scalar || no == 0) {
+    // Along the first dimension each line is a short contiguous stretch: its
+    // pieces are copied line by line while the line is in cache. Along the
+    // others, a scalar SHIFT makes each piece one large strided copy.
+    if (no == 0 || (sh.scalar && at != 0)) {
       do_line(block, av.base, sh.v.base, bd.v.base, count / n);
     } else {
       int64_t strides[4][max_rank] = {};
