@@ -97,11 +97,18 @@ int64_t extent_of(int64_t dim, int rank, const int64_t *first_extent) {
   return first_extent[dim_words * (dim - 1)];
 }
 
+// The SHAPE vector is an array temporary (zero-filled, message 134 when it
+// cannot be had) of rank 64-bit or 32-bit integers.
 void shape_of(kaf_array_result *result, int32_t rank, const int64_t *desc, int dims_word,
               int64_t elsize) {
   if (!desc) __KAFf90_crash("Argument to SHAPE intrinsic is not PRESENT");
   const int n = rank < 0 ? 0 : rank;
-  char *block = take_block(nullptr, 0, n * elsize, "SHAPE");
+  kaf_atmp tmp;
+  if (elsize == 8)
+    __KAFf90_mkatmp_i4(&tmp, 1, n);
+  else
+    __KAFf90_mkatmp_i(&tmp, 1, n);
+  char *block = static_cast<char *>(tmp.base);
   for (int k = 0; k < n; ++k) {
     const int64_t e = desc[dims_word + dim_words * k];
     if (elsize == 8) {

@@ -64,12 +64,12 @@ KAF_API int64_t __KAFf90_extent_info(int64_t dim, int32_t rank, ...);
  * bound, upper bound) follow. An upper bound below the lower gives 0. */
 KAF_API int64_t __KAFf90_extent_fixed(int64_t dim, int32_t rank, ...);
 
-/* SHAPE: a fresh rank-1 array of rank elements (64-bit) holding the extents
- * of desc in dimension order, written to result (extent[0] = rank). A null
- * desc (absent argument) is fatal. */
+/* SHAPE: a rank-1 array temporary (__KAFf90_mkatmp_i4) of rank 64-bit
+ * elements holding the extents of desc in dimension order, written to result
+ * (extent[0] = rank). A null desc (absent argument) is fatal. */
 KAF_API void __KAFf90_shape_ptr(kaf_array_result *result, int32_t rank, const int64_t *desc);
 KAF_API void __KAFf90_shape_cptr(kaf_array_result *result, int32_t rank, const int64_t *desc);
-/* The same with 32-bit elements. */
+/* The same with 32-bit elements (__KAFf90_mkatmp_i). */
 KAF_API void __KAFf90_shape_ptr_i4(kaf_array_result *result, int32_t rank, const int64_t *desc);
 KAF_API void __KAFf90_shape_cptr_i4(kaf_array_result *result, int32_t rank, const int64_t *desc);
 
