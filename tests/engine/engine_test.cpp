@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -362,6 +363,50 @@ TEST(EngineInternal, WideKinds) {
   EXPECT_EQ(v, 42);
   EXPECT_EQ(text[0], 0x3042u);  // Shift-JIS 0x82A0 is HIRAGANA LETTER A
   EXPECT_EQ(text[1], 0x3044u);
+}
+
+// Images are threads: statements on one unit from two threads take turns,
+// so every record arrives whole.
+TEST(EngineThreads, StatementsOnOneUnitTakeTurns) {
+  const std::string name = temp_name("threads");
+  ASSERT_EQ(open_file(50, name, "REPLACE"), 0);
+  auto writer = [](int tag) {
+    for (int i = 0; i < 2000; ++i) {
+      stmt st;
+      __KAFf90_write_seq(st.ctx, nullptr, 0, 50, nullptr, nullptr, 0, 0);
+      __KAFf90_establish_format(st.ctx, "(I1,20I4)", -1, 2);
+      __KAFf90_fmt_write_i(st.ctx, tag);
+      for (int k = 0; k < 20; ++k) __KAFf90_fmt_write_i(st.ctx, i % 1000);
+      __KAFf90_end_write_sequential(st.ctx);
+    }
+  };
+  std::thread a(writer, 1), b(writer, 2);
+  a.join();
+  b.join();
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 50, nullptr, 0, nullptr, nullptr, 0, 0), 0);
+  std::ifstream in(name);
+  std::string line;
+  int count[3] = {0, 0, 0};
+  while (std::getline(in, line)) {
+    ASSERT_EQ(line.size(), 81u) << line;
+    const std::string field = line.substr(1, 4);
+    for (int k = 1; k < 20; ++k) ASSERT_EQ(line.substr(1 + 4 * static_cast<std::size_t>(k), 4), field) << line;
+    ++count[line[0] - '0'];
+  }
+  EXPECT_EQ(count[1], 2000);
+  EXPECT_EQ(count[2], 2000);
+  std::remove(name.c_str());
+}
+
+TEST(EngineThreads, RecursiveIoIsReported) {
+  const auto r = kaftest::run_in_child([] {
+    stmt outer, inner;
+    __KAFf90_write_seq(outer.ctx, "prog.f90", 7, 6, nullptr, nullptr, 0, 0);
+    __KAFf90_write_seq(inner.ctx, "prog.f90", 9, 6, nullptr, nullptr, 0, 0);
+  });
+  EXPECT_TRUE(r.signaled);
+  EXPECT_EQ(r.err, "Runtime Error: prog.f90, line 9: Recursive I/O on unit 6\n"
+                   "Program terminated by fatal error\n");
 }
 
 TEST(EnginePreconnected, StandardOutputAndInput) {
