@@ -504,6 +504,16 @@ TEST(EngineFatal, ReportsNameTheUnit) {
     __KAFf90_crash("stop here");
   });
   EXPECT_EQ(file_text(kept), " 7\n 8\n");
+  // io_abort writes the records already ended and drops the one still open.
+  const auto aborted = kaftest::run_in_child([&] {
+    open_file(42, kept, "REPLACE");
+    write_ints(42, "(I2)", {5});
+    write_ints(42, "(I2)", {6}, "NO");
+    __KAFf90_io_abort();
+    _exit(0);
+  });
+  EXPECT_TRUE(aborted.exited);
+  EXPECT_EQ(file_text(kept), " 5\n");
   std::remove(kept.c_str());
 }
 
