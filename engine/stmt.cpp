@@ -211,10 +211,20 @@ std::int32_t end_write(kaf_ioctx *c) {
   if (c->stmt_bits & STMT_NONADVANCING) {
     u->kept_open = 1;
     u->head.kept_len = len;
-  } else if (kaf_status s = end_output_record(c, len)) {
-    return static_cast<std::int32_t>(s);
+    if (u->standard) {
+      // A prompt must show before the READ that answers it: the open part
+      // of the record goes out now, and the record goes on from an empty
+      // buffer (positions of the next statement count from there).
+      const bool ok = drain_output(u) && std::fwrite(u->wbuf, 1, static_cast<std::size_t>(len), u->stream) ==
+                                             static_cast<std::size_t>(len);
+      u->head.kept_len = 0;
+      std::fflush(u->stream);
+      if (!ok) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
+    }
+    return 0;
   }
-  if (u->standard && !u->kept_open)
+  if (kaf_status s = end_output_record(c, len)) return static_cast<std::int32_t>(s);
+  if (u->standard)
     if (!drain_output(u)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
   return 0;
 }
@@ -265,6 +275,7 @@ std::int32_t __KAFf90_read_seq4(kaf_ioctx *c, const char *src_file, std::int32_t
     std::fflush(u->stream);
   }
   u->last_op = LAST_READ;
+  if (u->standard == 1) std::fflush(stdout);  // what was written so far, before waiting
   // Advancing reads pad short records themselves when PAD='YES'.
   c->no_eor = u->head.pad_yes ? 1 : 0;
   if (u->rec_pending) {

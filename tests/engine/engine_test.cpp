@@ -427,6 +427,20 @@ TEST(EnginePreconnected, StandardOutputAndInput) {
         __KAFf90_establish_format(st.ctx, "(I0)", -1, 2);
         __KAFf90_fmt_write_i(st.ctx, a + b);
         __KAFf90_end_write_sequential(st.ctx);
+        // A prompt, an answer read from another unit, the line goes on.
+        __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
+        __KAFf90_set_ioctx_advance(st.ctx, "NO", 2);
+        __KAFf90_establish_format(st.ctx, "(A)", -1, 2);
+        __KAFf90_fmt_write_ch(st.ctx, "n? ", 3);
+        __KAFf90_end_write_sequential(st.ctx);
+        __KAFf90_read_seq4(st.ctx, nullptr, 0, 5, nullptr, nullptr, 0, 0);
+        __KAFf90_establish_format(st.ctx, "(I2)", -1, 1);
+        __KAFf90_fmt_read_i(st.ctx, &a);
+        __KAFf90_end_read_sequential(st.ctx);
+        __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
+        __KAFf90_establish_format(st.ctx, "('got',I3)", -1, 2);
+        __KAFf90_fmt_write_i(st.ctx, a);
+        __KAFf90_end_write_sequential(st.ctx);
         __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
         __KAFf90_set_ioctx_advance(st.ctx, "NO", 2);
         __KAFf90_establish_format(st.ctx, "(A)", -1, 2);
@@ -434,9 +448,9 @@ TEST(EnginePreconnected, StandardOutputAndInput) {
         __KAFf90_end_write_sequential(st.ctx);
         __KAFf90_io_finish();
       },
-      {{}, " 12 30\n"});
+      {{}, " 12 30\n 7\n"});
   EXPECT_TRUE(r.exited);
-  EXPECT_EQ(r.out, "x= 42\ny\nopen\n");
+  EXPECT_EQ(r.out, "x= 42\ny\nn? got  7\nopen\n");
   EXPECT_EQ(r.err, "42\n");
 }
 
