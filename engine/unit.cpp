@@ -34,7 +34,8 @@ constexpr int E_UNIT_RANGE = 1047, E_NOT_CONNECTED_OLD = 1055, E_SCRATCH_FILE = 
               E_NO_OLD = 1075, E_NEW_EXISTS = 1076, E_REWIND = 1077, E_OPEN_FAILED = 1083,
               E_NO_FILE = 1112, E_RECL = 1113, E_DIRECT_POSITION = 1116, E_STREAM_RECL = 1118,
               E_DECIMAL = 1122, E_ROUND = 1123, E_SIGN = 1124, E_ENCODING = 1126,
-              E_UNF_DELIM = 1131, E_UNF_PAD = 1132, E_NO_NEWUNIT = 1140, E_NEWUNIT = 1141;
+              E_UNF_DELIM = 1131, E_UNF_PAD = 1132, E_NO_NEWUNIT = 1140, E_NEWUNIT = 1141,
+              E_WRITE_FAILED = 1152;
 
 constexpr std::size_t NAME_MAX_BYTES = 4096;
 
@@ -494,6 +495,18 @@ std::int32_t __KAFf90_rewind4(const char *src_file, std::int32_t src_line, std::
   u->at_end = 0;
   u->head.status = static_cast<std::uint8_t>(u->head.status & ~UNIT_AT_EOF);
   u->last_op = LAST_READ;
+  return 0;
+}
+
+std::int32_t __KAFf90_flush4(const char *src_file, std::int32_t src_line, std::int64_t number,
+                             std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                             std::int32_t flags) {
+  table_guard guard;
+  if (iostat) *iostat = 0;
+  unit_rec *u = find_unit(number);
+  if (!u) return 0;
+  if (!drain_output(u) || std::fflush(u->stream) != 0)
+    return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_WRITE_FAILED, number);
   return 0;
 }
 

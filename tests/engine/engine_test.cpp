@@ -140,6 +140,10 @@ TEST(EngineFiles, RewindNewunitAndAppend) {
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 0, &sp.s), 0);
   EXPECT_LE(unit, -10);
   write_ints(unit, "(I4)", {1, 2});
+  EXPECT_EQ(file_text(name), "");  // still in the unit's buffer
+  ASSERT_EQ(__KAFf90_flush4(nullptr, 0, unit, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(file_text(name), "   1\n   2\n");
+  EXPECT_EQ(__KAFf90_flush4(nullptr, 0, 77, nullptr, nullptr, 0, 0), 0);
   ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, unit, nullptr, nullptr, 0, 0), 0);
   stmt st;
   std::int32_t v = 0;
