@@ -833,26 +833,8 @@ kaf_dd to_double_double(const decimal_number &x, rmode m, bool *overflow) {
   // rest = x - hi = (num - mant * 2^exp * den) / den, kept as an integer
   // numerator over den with a common binary scale 2^e0.
   int e0 = h.exp < 0 ? h.exp : 0;
-  bin_big hv;
-  bin_set(hv, h.mant);
-  // hv = mant * den * 2^(exp - e0)
-  {
-    bin_big prod;
-    prod.n = 0;
-    for (int i = 0; i < den.n + 2 && i < kBinLimbs; ++i) prod.l[i] = 0;
-    for (int i = 0; i < den.n; ++i) {
-      std::uint64_t carry = 0;
-      for (int j = 0; j < hv.n; ++j) {
-        std::uint64_t v = std::uint64_t{den.l[i]} * hv.l[j] + prod.l[i + j] + carry;
-        prod.l[i + j] = static_cast<std::uint32_t>(v);
-        carry = v >> 32;
-      }
-      prod.l[i + hv.n] = static_cast<std::uint32_t>(carry);
-    }
-    prod.n = den.n + hv.n;
-    bin_trim(prod);
-    hv = prod;
-  }
+  bin_big hv = den;  // hv = mant * den * 2^(exp - e0)
+  bin_mul_u64(hv, h.mant);
   bin_shl(hv, h.exp - e0);
   bin_shl(num, -e0);
   int c = bin_cmp(num, hv);
@@ -864,6 +846,8 @@ kaf_dd to_double_double(const decimal_number &x, rmode m, bool *overflow) {
   } else {
     bin_sub(num, hv);
   }
+  // Rounding the value toward zero means rounding a negative rest away
+  // from zero, and the other way round.
   rmode lm = m;
   if (below) {
     if (m == rmode::toward_zero) lm = rmode::away_from_zero;
