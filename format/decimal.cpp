@@ -182,6 +182,19 @@ bool classify(const u192 &r, int s, bool exact, const u192 &err, tail *out) {
     *out = zero ? tail::zero : c < 0 ? tail::below_half : c == 0 ? tail::half : tail::above_half;
     return true;
   }
+  if (s > 64 && bitlen192(err) <= s - 64) {
+    // The usual case, on the top 64 bits of the remainder alone: r lies in
+    // [t, t + 1) units of 2^(s-64) and r + err below t + 2 of them.
+    std::uint64_t t = bits_at(r, s - 64);
+    if (t < (std::uint64_t{1} << 63) - 1) {
+      *out = tail::below_half;
+      return true;
+    }
+    if (t >= (std::uint64_t{1} << 63) && t < ~std::uint64_t{0} - 1) {
+      *out = tail::above_half;
+      return true;
+    }
+  }
   u192 top = add192(r, err);
   if (cmp192(top, half) < 0) {
     *out = tail::below_half;
