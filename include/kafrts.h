@@ -11,5 +11,6 @@
 #include "kafrts/io.h"
 #include "kafrts/format.h"
 #include "kafrts/freal.h"
+#include "kafrts/memory.h"
 
 #endif
