@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int E_INTERNAL_OVERFLOW = 1001, E_NOT_CONNECTED = 1048, E_NOT_SEQUENTIAL = 1050,
+constexpr int E_INTERNAL_OVERFLOW = 1001, E_UNIT_RANGE = 1047, E_NOT_CONNECTED = 1048, E_NOT_SEQUENTIAL = 1050,
               E_NOT_READ = 1051, E_NOT_FORMATTED = 1052, E_NOT_WRITE = 1053,
               E_RECORD_SHORT = 1107, E_ADVANCE = 1120, E_SIZE = 1121, E_WRITE_FAILED = 1152,
               E_OUTPUT_OVERFLOW = 1000;
@@ -187,6 +187,8 @@ std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool inp
     unconnected.head.number = number;
     unconnected.formatted = 1;
     c->unit = &unconnected;
+    if (number < 0 || number > 0x7fffffff)  // not a NEWUNIT= number either
+      return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_UNIT_RANGE, number));
     return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_CONNECTED, static_cast<std::int32_t>(number)));
   }
   const std::int32_t n = static_cast<std::int32_t>(number);
@@ -322,10 +324,11 @@ std::int32_t __KAFf90_set_ioctx_advance(kaf_ioctx *c, const char *advance, std::
   return 0;
 }
 
-void __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
+std::int32_t __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
   *counter = 0;
+  if (!(c->stmt_bits & STMT_NONADVANCING)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_SIZE));
   c->size_var = reinterpret_cast<std::uint64_t>(counter);
-  if (!(c->stmt_bits & STMT_NONADVANCING)) __KAFf90_ioerr(c, E_SIZE);
+  return 0;
 }
 
 std::int32_t __KAFf90_end_read_sequential(kaf_ioctx *c) {

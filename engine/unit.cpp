@@ -286,10 +286,11 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
   proto.head.number = number;
   proto.formatted = 1;
   auto fail = [&](std::int32_t code, std::int64_t insertion) {
+    const std::int32_t status = statement_error(src_file, src_line, &proto, s->iostat, s->iomsg,
+                                                s->iomsg_len, s->flags, code, insertion);
     if (proto.name) __KAFf90_oDeAlloc(proto.name, proto.name_size);
     proto.name = nullptr;
-    return statement_error(src_file, src_line, &proto, s->iostat, s->iomsg, s->iomsg_len,
-                           s->flags, code, insertion);
+    return status;
   };
   if (s->iostat) *s->iostat = 0;
   const int status = choose(s->status, s->status_len, {"OLD", "NEW", "SCRATCH", "REPLACE", "UNKNOWN"});
@@ -434,7 +435,13 @@ std::int32_t __KAFf90_close4(const char *src_file, std::int32_t src_line, std::i
   if (iostat) *iostat = 0;
   const int how = choose(status, status_len, {"KEEP", "DELETE"});
   unit_rec *u = find_unit(number);
-  if (how == -1) return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_STATUS, 0);
+  if (how == -1) {
+    unit_rec proto;  // describes the unit in the message when none is connected
+    std::memset(&proto, 0, sizeof proto);
+    proto.head.number = number;
+    proto.formatted = 1;
+    return statement_error(src_file, src_line, u ? u : &proto, iostat, iomsg, iomsg_len, flags, E_STATUS, 0);
+  }
   if (!u) return 0;  // closing an unconnected unit is allowed
   if (how == 0 && u->scratch)
     return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_SCRATCH_KEEP, 0);

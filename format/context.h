@@ -262,12 +262,15 @@ static_assert(offsetof(kaf_ioctx, field_status) == 744);
 static_assert(offsetof(kaf_ioctx, fmt_text) == 752);
 static_assert(offsetof(kaf_ioctx, fmt_kind) == 760);
 static_assert(offsetof(kaf_ioctx, lio_decimal_char) == 768);
+static_assert(offsetof(kaf_ioctx, no_separator) == 1040);
+static_assert(offsetof(kaf_ioctx, dt_string) == 1120);
+static_assert(offsetof(kaf_ioctx, src_file) == 1144);
 static_assert(sizeof(kaf_ioctx) == KAF_IOCTX_BYTES);
 static_assert(alignof(kaf_ioctx) <= KAF_IOCTX_ALIGN);
 
-// Raises code through the engine (IOSTAT=/IOMSG=/ERR=/END=/EOR= or the fatal
-// report) and returns the nonzero status to pass up.
-// (declared in kafrts/io.h: __KAFf90_ioerr)
+// Errors are raised with __KAFf90_ioerr(&ctx, code, insertions...)
+// (kafrts/io.h): it answers IOSTAT=/IOMSG=/ERR=/END=/EOR= or ends the
+// program, and returns the nonzero status to pass up unchanged.
 
 // Putting one character on output: flush when the buffer is full, then store
 // one unit of the record's width.

@@ -9,7 +9,10 @@ constexpr int E_ENCODING = 1139;
 kaf_status get_character_slow(kaf_ioctx &c, std::uint32_t *ch) {
   auto *unit = static_cast<kaf_unit_head *>(c.unit);
   if (c.pad) {
+    // The padding blank takes its place in the record, so that tabbing back
+    // from beyond the end lands where the standard says.
     *ch = ' ';
+    ++c.pos;
     if ((c.flags & IOF_EOR) && !c.no_eor)
       c.field_status = unit && (unit->status & UNIT_AT_EOF) ? -1 : -2;
     return 0;

@@ -71,8 +71,10 @@ KAF_API int32_t __KAFf90_write_ifile(kaf_ioctx *ctx, kaf_ifile *f, int32_t *iost
 /* ADVANCE= of the statement begun on ctx ("YES" or "NO", any case, trailing
  * blanks ignored); a bad value is an error raised through ioerr. */
 KAF_API int32_t __KAFf90_set_ioctx_advance(kaf_ioctx *ctx, const char *advance, size_t len);
-/* SIZE=: the engine adds each character transferred to *counter. */
-KAF_API void __KAFf90_set_ioctx_size(kaf_ioctx *ctx, int64_t *counter);
+/* SIZE=: *counter is set to 0 and the end call adds the characters the
+ * statement took from records. Error 1121 unless the READ is non-advancing
+ * (ADVANCE= comes first). */
+KAF_API int32_t __KAFf90_set_ioctx_size(kaf_ioctx *ctx, int64_t *counter);
 
 /* End calls: finish the record (advancing) and complete the statement. */
 KAF_API int32_t __KAFf90_end_read_sequential(kaf_ioctx *ctx);

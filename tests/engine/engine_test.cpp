@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "kafrts.h"
 #include "support/child.h"
@@ -233,6 +234,10 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   stmt st;
   EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 33, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1048);
   EXPECT_EQ(st.message(), "Unit 33 is not connected");
+  EXPECT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, -7, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1047);
+  EXPECT_EQ(st.message(), "Unit number -7 out of range");
+  EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, INT64_C(1) << 40, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1047);
+  EXPECT_EQ(st.message(), "Unit number 1099511627776 out of range");
   EXPECT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 6, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1051);
   EXPECT_EQ(st.message(), "Unit 6 is not connected for READ action");
   EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 5, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1053);
@@ -249,6 +254,15 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   ASSERT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
   EXPECT_EQ(__KAFf90_set_ioctx_advance(st.ctx, "MAYBE", 5), 1120);
   EXPECT_EQ(st.message(), "ADVANCE= specifier must be 'YES' or 'NO'");
+  std::int64_t size = 5;
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 35, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR | KAF_IO_END), -1);
+  write_ints(35, "(I2)", {1});
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 35, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_read_seq4(st.ctx, nullptr, 0, 35, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_set_ioctx_advance(st.ctx, "YES", 3), 0);
+  EXPECT_EQ(__KAFf90_set_ioctx_size(st.ctx, &size), 1121);
+  EXPECT_EQ(st.message(), "SIZE= is not valid without ADVANCE='NO'");
   __KAFf90_close4(nullptr, 0, 35, "DELETE", 6, nullptr, nullptr, 0, 0);
 }
 
@@ -320,6 +334,34 @@ TEST(EngineInternal, ScalarAndArrayFiles) {
   EXPECT_EQ(__KAFf90_fmt_read_i(st.ctx, &v), static_cast<std::uint64_t>(-1));
   EXPECT_EQ(st.iostat, -1);
   EXPECT_EQ(st.message(), "End of internal file");
+}
+
+// Internal files of the other character kinds hold 16- or 32-bit units.
+TEST(EngineInternal, WideKinds) {
+  std::uint32_t wide[6];
+  kaf_ifile f;
+  stmt st;
+  __KAFf90_scalar_ifilex(&f, reinterpret_cast<char *>(wide), 6, 23);
+  ASSERT_EQ(__KAFf90_write_ifile(st.ctx, &f, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_establish_format(st.ctx, "(I3,A2)", -1, 2), 0u);
+  ASSERT_EQ(__KAFf90_fmt_write_i(st.ctx, -5), 0u);
+  const std::uint32_t kana[] = {0x3042, 0x3044};
+  ASSERT_EQ(__KAFf90_fmt_write_ch4(st.ctx, kana, 2), 0u);
+  ASSERT_EQ(__KAFf90_end_write_ifile(st.ctx), 0);
+  EXPECT_EQ(std::vector<std::uint32_t>(wide, wide + 6),
+            (std::vector<std::uint32_t>{' ', '-', '5', 0x3042, 0x3044, ' '}));
+  std::uint16_t sj[4] = {'4', '2', 0x82A0, 0x82A2};
+  __KAFf90_scalar_ifilex(&f, reinterpret_cast<char *>(sj), 4, 21);
+  ASSERT_EQ(__KAFf90_read_internal_file(st.ctx, &f, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 0);
+  ASSERT_EQ(__KAFf90_establish_format(st.ctx, "(I2,A)", -1, 1), 0u);
+  std::int32_t v = 0;
+  std::uint32_t text[2] = {0, 0};
+  ASSERT_EQ(__KAFf90_fmt_read_i(st.ctx, &v), 0u);
+  ASSERT_EQ(__KAFf90_fmt_read_ch4(st.ctx, text, 2), 0u);
+  ASSERT_EQ(__KAFf90_end_read_internal(st.ctx), 0);
+  EXPECT_EQ(v, 42);
+  EXPECT_EQ(text[0], 0x3042u);  // Shift-JIS 0x82A0 is HIRAGANA LETTER A
+  EXPECT_EQ(text[1], 0x3044u);
 }
 
 TEST(EnginePreconnected, StandardOutputAndInput) {
@@ -395,6 +437,18 @@ TEST(EngineFatal, ReportsNameTheUnit) {
   });
   EXPECT_EQ(internal.err, "Runtime Error: End of internal file\n"
                           "Program terminated by I/O error on internal file\n"
+                          "Program terminated by fatal error\n");
+  const auto open_old = kaftest::run_in_child([] {
+    spec sp;
+    sp.s.iostat = nullptr;
+    sp.s.iomsg = nullptr;
+    sp.s.flags = 0;
+    SET(sp, file, "/nonexistent-dir/old.txt");
+    SET(sp, status, "OLD");
+    __KAFf90_openf4x("prog.f90", 3, 20, &sp.s);
+  });
+  EXPECT_EQ(open_old.err, "Runtime Error: prog.f90, line 3: Cannot find OLD file\n"
+                          "Program terminated by I/O error on unit 20 (File=\"/nonexistent-dir/old.txt\",Formatted,Sequential)\n"
                           "Program terminated by fatal error\n");
   // Output waiting in the unit's buffer reaches the file at a fatal end.
   const std::string kept = temp_name("kept");

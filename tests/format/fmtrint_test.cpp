@@ -244,6 +244,22 @@ TEST(IntegerInput, RefillReportingSuccessIsAnInternalFault) {
   EXPECT_NE(r.err.find("Unexpected no error"), std::string::npos) << r.err;
 }
 
+// Padding blanks take their places in the record: a tab back from a field
+// that ran past the end lands in the padding, not in the data.
+TEST(IntegerInput, PaddingAdvancesThePosition) {
+  memctx m;
+  kaftest::begin_input(m, {"12"});
+  ASSERT_EQ(kaftest::establish(m, "(I5,TL2,I2,T1,I1)", DIR_INPUT), 0u);
+  std::int32_t a = -1, b = -1, c = -1;
+  EXPECT_EQ(__KAFf90_fmt_read_i(&m.ctx, &a), 0u);
+  EXPECT_EQ(__KAFf90_fmt_read_i(&m.ctx, &b), 0u);
+  EXPECT_EQ(__KAFf90_fmt_read_i(&m.ctx, &c), 0u);
+  EXPECT_EQ(a, 12);
+  EXPECT_EQ(b, 0);
+  EXPECT_EQ(c, 1);
+  EXPECT_EQ(m.ctx.nchars, 3u);  // characters of the record, not the padding
+}
+
 TEST(IntegerInput, GetWithinFieldStopsAtTheFieldEnd) {
   memctx m;
   kaftest::begin_input(m, {"ab"});
@@ -259,7 +275,7 @@ TEST(IntegerInput, GetWithinFieldStopsAtTheFieldEnd) {
   EXPECT_EQ(m.ctx.nchars, 2u);  // padding is not counted
   EXPECT_EQ(__KAFf90_get_within_field(&m.ctx, &rem, &ch), 0u);
   EXPECT_EQ(ch, 0u);
-  EXPECT_EQ(m.ctx.pos, 2);
+  EXPECT_EQ(m.ctx.pos, 3);  // the padding blank has its place in the record
 }
 
 }  // namespace
