@@ -176,6 +176,17 @@ TEST(RealOutputE, FormsScaleFactorsAndExponents) {
   check(rows, std::size(rows));
 }
 
+TEST(RealOutputE, WidthZeroForms) {
+  // As wide as the text, the optional zero dropped, the exponent as short
+  // as it can be (with its letter) unless Ee is given.
+  static constexpr row rows[] = {
+      {"E0.3", 12.5, ".125E+2"},     {"ES0.3", 12.5, "1.250E+1"},  {"EN0.3", 12.5, "12.500E+0"},
+      {"D0.3", -0.25, "-.250D+0"},   {"E0.3E3", 12.5, ".125E+002"}, {"E0.3", 1e-101, ".100E-100"},
+      {"ES0.2", 0.0, "0.00E+0"},
+  };
+  check(rows, std::size(rows));
+}
+
 TEST(RealOutputE, ExponentTooLargeForThreeDigits) {
   // A scale factor can push the exponent past three digits.
   EXPECT_EQ(edit("-999P,E2000.1000", 10.0), "error 1003");
