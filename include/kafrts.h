@@ -11,5 +11,6 @@
 #include "kafrts/memory.h"
 #include "kafrts/io.h"
 #include "kafrts/format.h"
+#include "kafrts/freal.h"
 
 #endif
