@@ -107,3 +107,14 @@ TEST(VectorSubscript, ExtremeValuesAndEmpty) {
   EXPECT_EQ(check({}, false, 1, "J"), "");
   EXPECT_EQ(check({5}, true, 1, "J"), "");
 }
+
+TEST(VectorSubscript, ForwardersReportWithoutLocation) {
+  int64_t v64[3] = {4, 2, 4};
+  int32_t v32[3] = {-1, -1, 0};
+  desc d64 = make_desc(v64, {3}, {8}), d32 = make_desc(v32, {3}, {4});
+  expect_fatal([&] { __KAFf90_check_vsubscript(d64.data(), "IV", 1); },
+               "Left-hand side of assignment has vector subscript IV with duplicate value 4");
+  expect_fatal([&] { __KAFf90_check_vsubscript_i4(d32.data(), nullptr, 3); },
+               "Left-hand side of assignment has duplicate vector subscript value -1 for "
+               "dimension 3");
+}
