@@ -31,6 +31,7 @@ extern "C" std::uint64_t __KAFf90_ioerr(kaf_ioctx *ctx, std::int32_t code, ...) 
   const std::int32_t number = message_of(code, internal);
   c.error_code = code;
   c.stmt_bits |= STMT_DONE;
+  release_unit(&c);  // the statement is over, whether or not its end call comes
   va_list args;
   va_start(args, code);
   if (handled(c, code)) {

@@ -203,6 +203,32 @@ std::int32_t finish_status(kaf_ioctx *c) {
   return static_cast<std::int32_t>(c->error_code);
 }
 
+std::int32_t end_write(kaf_ioctx *c) {
+  unit_rec *u = unit_of(c);
+  if (!u || (c->stmt_bits & STMT_DONE)) return finish_status(c);
+  if (c->tab_pending) c->tab_pending = 0;
+  const std::int64_t len = c->pos > c->max_pos ? c->pos : c->max_pos;
+  if (c->stmt_bits & STMT_NONADVANCING) {
+    u->kept_open = 1;
+    u->head.kept_len = len;
+    if (u->standard) {
+      // A prompt must show before the READ that answers it: the open part
+      // of the record goes out now, and the record goes on from an empty
+      // buffer (positions of the next statement count from there).
+      const bool ok = drain_output(u) && std::fwrite(u->wbuf, 1, static_cast<std::size_t>(len), u->stream) ==
+                                             static_cast<std::size_t>(len);
+      u->head.kept_len = 0;
+      std::fflush(u->stream);
+      if (!ok) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
+    }
+    return 0;
+  }
+  if (kaf_status s = end_output_record(c, len)) return static_cast<std::int32_t>(s);
+  if (u->standard)
+    if (!drain_output(u)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
+  return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -236,6 +262,7 @@ std::int32_t __KAFf90_read_seq4(kaf_ioctx *c, const char *src_file, std::int32_t
   unit_rec *u = find_unit(number);
   c->unit = u;
   if (std::int32_t s = check_unit(c, u, number, true)) return s;
+  claim_unit(c, u);
   c->encoding = u->head.encoding;
   c->flush = input_flush;
   c->next_record = input_next_record;
@@ -248,6 +275,7 @@ std::int32_t __KAFf90_read_seq4(kaf_ioctx *c, const char *src_file, std::int32_t
     std::fflush(u->stream);
   }
   u->last_op = LAST_READ;
+  if (u->standard == 1) std::fflush(stdout);  // what was written so far, before waiting
   // Advancing reads pad short records themselves when PAD='YES'.
   c->no_eor = u->head.pad_yes ? 1 : 0;
   if (u->rec_pending) {
@@ -268,6 +296,7 @@ std::int32_t __KAFf90_write_seq(kaf_ioctx *c, const char *src_file, std::int32_t
   unit_rec *u = find_unit(number);
   c->unit = u;
   if (std::int32_t s = check_unit(c, u, number, false)) return s;
+  claim_unit(c, u);
   switch_to_writing(u);
   c->encoding = u->head.encoding;
   c->flush = output_flush;
@@ -342,23 +371,14 @@ std::int32_t __KAFf90_end_read_sequential(kaf_ioctx *c) {
     u->rec_len = c->rec_len;
     u->rec_pos = c->pos;
   }
+  release_unit(c);
   return 0;
 }
 
 std::int32_t __KAFf90_end_write_sequential(kaf_ioctx *c) {
-  unit_rec *u = unit_of(c);
-  if (!u || (c->stmt_bits & STMT_DONE)) return finish_status(c);
-  if (c->tab_pending) c->tab_pending = 0;
-  const std::int64_t len = c->pos > c->max_pos ? c->pos : c->max_pos;
-  if (c->stmt_bits & STMT_NONADVANCING) {
-    u->kept_open = 1;
-    u->head.kept_len = len;
-  } else if (kaf_status s = end_output_record(c, len)) {
-    return static_cast<std::int32_t>(s);
-  }
-  if (u->standard && !u->kept_open)
-    if (!drain_output(u)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
-  return 0;
+  const std::int32_t s = end_write(c);
+  release_unit(c);
+  return s;
 }
 
 std::int32_t __KAFf90_end_read_internal(kaf_ioctx *c) {

@@ -34,7 +34,8 @@ constexpr int E_UNIT_RANGE = 1047, E_NOT_CONNECTED_OLD = 1055, E_SCRATCH_FILE = 
               E_NO_OLD = 1075, E_NEW_EXISTS = 1076, E_REWIND = 1077, E_OPEN_FAILED = 1083,
               E_NO_FILE = 1112, E_RECL = 1113, E_DIRECT_POSITION = 1116, E_STREAM_RECL = 1118,
               E_DECIMAL = 1122, E_ROUND = 1123, E_SIGN = 1124, E_ENCODING = 1126,
-              E_UNF_DELIM = 1131, E_UNF_PAD = 1132, E_NO_NEWUNIT = 1140, E_NEWUNIT = 1141;
+              E_UNF_DELIM = 1131, E_UNF_PAD = 1132, E_NO_NEWUNIT = 1140, E_NEWUNIT = 1141,
+              E_WRITE_FAILED = 1152;
 
 constexpr std::size_t NAME_MAX_BYTES = 4096;
 
@@ -44,6 +45,7 @@ unit_rec *last_found = nullptr;
 bool standard_closed[3] = {false, false, false};  // 0, 5, 6
 std::int64_t next_newunit = -10;
 bool finishing = false;
+pthread_mutex_t table_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 int standard_slot(std::int64_t n) { return n == 0 ? 0 : n == 5 ? 1 : n == 6 ? 2 : -1; }
 
@@ -57,6 +59,7 @@ void set_name(unit_rec *u, const char *text, std::size_t len) {
 
 unit_rec *new_unit(std::int64_t number) {
   auto *u = static_cast<unit_rec *>(__KAFf90_zoAlloc(sizeof(unit_rec)));
+  pthread_mutex_init(&u->mutex, nullptr);
   u->head.number = number;
   u->head.decimal_char = '.';
   u->head.pad_yes = 1;
@@ -88,6 +91,7 @@ void free_unit(unit_rec *u) {
   if (u->name) __KAFf90_oDeAlloc(u->name, u->name_size);
   if (u->wbuf) __KAFf90_oDeAlloc(u->wbuf, u->wcap);
   if (u->rbuf) __KAFf90_oDeAlloc(u->rbuf, u->rcap);
+  pthread_mutex_destroy(&u->mutex);
   __KAFf90_oDeAlloc(u, sizeof *u);
 }
 
@@ -154,7 +158,28 @@ void close_stream(unit_rec *u, bool remove_file) {
 
 }  // namespace
 
+table_guard::table_guard() { pthread_mutex_lock(&table_mutex); }
+table_guard::~table_guard() { pthread_mutex_unlock(&table_mutex); }
+
+void claim_unit(kaf_ioctx *ctx, unit_rec *u) {
+  if (u->busy && pthread_equal(u->owner, pthread_self()))
+    __KAFf90_rterr(ctx->src_file, ctx->src_line, 194, static_cast<std::int32_t>(u->head.number));
+  pthread_mutex_lock(&u->mutex);
+  u->owner = pthread_self();
+  u->busy = 1;
+  ctx->stmt_bits |= STMT_CLAIMED;
+}
+
+void release_unit(kaf_ioctx *ctx) {
+  if (!(ctx->stmt_bits & STMT_CLAIMED)) return;
+  ctx->stmt_bits &= ~STMT_CLAIMED;
+  auto *u = static_cast<unit_rec *>(ctx->unit);
+  u->busy = 0;
+  pthread_mutex_unlock(&u->mutex);
+}
+
 unit_rec *find_unit(std::int64_t number) {
+  table_guard guard;
   if (last_found && last_found->head.number == number) return last_found;
   for (std::size_t i = 0; i < table_count; ++i)
     if (table[i]->head.number == number) return last_found = table[i];
@@ -280,6 +305,7 @@ extern "C" {
 
 std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::int64_t number,
                               const kaf_open_spec *s) {
+  table_guard guard;
   // A record describing the connection being made, for messages.
   unit_rec proto;
   std::memset(&proto, 0, sizeof proto);
@@ -432,6 +458,7 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
 std::int32_t __KAFf90_close4(const char *src_file, std::int32_t src_line, std::int64_t number,
                              const char *status, std::size_t status_len, std::int32_t *iostat,
                              char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   const int how = choose(status, status_len, {"KEEP", "DELETE"});
   unit_rec *u = find_unit(number);
@@ -453,6 +480,7 @@ std::int32_t __KAFf90_close4(const char *src_file, std::int32_t src_line, std::i
 std::int32_t __KAFf90_rewind4(const char *src_file, std::int32_t src_line, std::int64_t number,
                               std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
                               std::int32_t flags) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   unit_rec *u = find_unit(number);
   if (!u) return 0;
@@ -470,7 +498,20 @@ std::int32_t __KAFf90_rewind4(const char *src_file, std::int32_t src_line, std::
   return 0;
 }
 
+std::int32_t __KAFf90_flush4(const char *src_file, std::int32_t src_line, std::int64_t number,
+                             std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                             std::int32_t flags) {
+  table_guard guard;
+  if (iostat) *iostat = 0;
+  unit_rec *u = find_unit(number);
+  if (!u) return 0;
+  if (!drain_output(u) || std::fflush(u->stream) != 0)
+    return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_WRITE_FAILED, number);
+  return 0;
+}
+
 void __KAFf90_io_finish(void) {
+  table_guard guard;
   if (finishing) return;  // an error while finishing must not come back here
   finishing = true;
   for (std::size_t i = table_count; i-- > 0;) {
@@ -491,6 +532,7 @@ void __KAFf90_io_finish(void) {
 }
 
 void __KAFf90_io_abort(void) {
+  table_guard guard;
   // Records already ended reach their files; records being built do not.
   for (std::size_t i = 0; i < table_count; ++i) {
     unit_rec *u = table[i];

@@ -2,6 +2,8 @@
 // statement begin and end calls and the error exit.
 #pragma once
 
+#include <pthread.h>
+
 #include <bit>
 #include <cstdint>
 #include <cstdio>
@@ -43,7 +45,28 @@ struct unit_rec {
   std::int32_t rec_pending;
   char *rec;
   std::int64_t rec_len, rec_pos;
+  // One statement at a time per unit (images are threads).
+  pthread_mutex_t mutex;
+  pthread_t owner;
+  std::int32_t busy;
 };
+
+// The unit table's lock: recursive, since a fatal report met while it is
+// held ends I/O (__KAFf90_io_finish) on the same thread.
+struct table_guard {
+  table_guard();
+  ~table_guard();
+  table_guard(const table_guard &) = delete;
+  table_guard &operator=(const table_guard &) = delete;
+};
+
+// Takes the unit for the statement begun on ctx; a statement that is
+// already running on this unit on this thread (I/O from a function called
+// in an I/O list) is reported as recursive I/O.
+void claim_unit(kaf_ioctx *ctx, unit_rec *u);
+// Gives the unit back (at the end call, or when an error ended the
+// statement); nothing when ctx holds no unit.
+void release_unit(kaf_ioctx *ctx);
 
 // The unit of number, or null when none is connected (units 0, 5 and 6 are
 // connected at first use unless closed).
@@ -101,3 +124,4 @@ inline constexpr std::uint64_t STMT_INPUT = 4;
 inline constexpr std::uint64_t STMT_IOSTAT64 = 8;   // reserved: 64-bit IOSTAT=
 inline constexpr std::uint64_t STMT_INTERNAL = 16;
 inline constexpr std::uint64_t STMT_DONE = 32;      // an error ended the statement
+inline constexpr std::uint64_t STMT_CLAIMED = 64;   // the statement holds its unit

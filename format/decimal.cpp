@@ -182,6 +182,19 @@ bool classify(const u192 &r, int s, bool exact, const u192 &err, tail *out) {
     *out = zero ? tail::zero : c < 0 ? tail::below_half : c == 0 ? tail::half : tail::above_half;
     return true;
   }
+  if (s > 64 && bitlen192(err) <= s - 64) {
+    // The usual case, on the top 64 bits of the remainder alone: r lies in
+    // [t, t + 1) units of 2^(s-64) and r + err below t + 2 of them.
+    std::uint64_t t = bits_at(r, s - 64);
+    if (t < (std::uint64_t{1} << 63) - 1) {
+      *out = tail::below_half;
+      return true;
+    }
+    if (t >= (std::uint64_t{1} << 63) && t < ~std::uint64_t{0} - 1) {
+      *out = tail::above_half;
+      return true;
+    }
+  }
   u192 top = add192(r, err);
   if (cmp192(top, half) < 0) {
     *out = tail::below_half;
@@ -833,26 +846,8 @@ kaf_dd to_double_double(const decimal_number &x, rmode m, bool *overflow) {
   // rest = x - hi = (num - mant * 2^exp * den) / den, kept as an integer
   // numerator over den with a common binary scale 2^e0.
   int e0 = h.exp < 0 ? h.exp : 0;
-  bin_big hv;
-  bin_set(hv, h.mant);
-  // hv = mant * den * 2^(exp - e0)
-  {
-    bin_big prod;
-    prod.n = 0;
-    for (int i = 0; i < den.n + 2 && i < kBinLimbs; ++i) prod.l[i] = 0;
-    for (int i = 0; i < den.n; ++i) {
-      std::uint64_t carry = 0;
-      for (int j = 0; j < hv.n; ++j) {
-        std::uint64_t v = std::uint64_t{den.l[i]} * hv.l[j] + prod.l[i + j] + carry;
-        prod.l[i + j] = static_cast<std::uint32_t>(v);
-        carry = v >> 32;
-      }
-      prod.l[i + hv.n] = static_cast<std::uint32_t>(carry);
-    }
-    prod.n = den.n + hv.n;
-    bin_trim(prod);
-    hv = prod;
-  }
+  bin_big hv = den;  // hv = mant * den * 2^(exp - e0)
+  bin_mul_u64(hv, h.mant);
   bin_shl(hv, h.exp - e0);
   bin_shl(num, -e0);
   int c = bin_cmp(num, hv);
@@ -864,6 +859,8 @@ kaf_dd to_double_double(const decimal_number &x, rmode m, bool *overflow) {
   } else {
     bin_sub(num, hv);
   }
+  // Rounding the value toward zero means rounding a negative rest away
+  // from zero, and the other way round.
   rmode lm = m;
   if (below) {
     if (m == rmode::toward_zero) lm = rmode::away_from_zero;

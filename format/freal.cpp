@@ -1,11 +1,12 @@
 // REAL and COMPLEX item entries of formatted I/O: one worker per direction
 // over the editors of freal_edit.cpp and the reader of freal_read.h, thin C
-// entries per kind, and the message insertions $F, $G and $Q.
+// entries per kind, and the field-string functions format_E, d_format_F/E.
 #include "format/freal.h"
 
 #include <cfenv>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "format/context.h"
 #include "format/freal_read.h"
@@ -154,8 +155,6 @@ constexpr real_kind kind_of() {
   else return real_kind::ddouble;
 }
 
-// Reads one field into *item: stored first, then any error of the field,
-// overflow, and the end condition met inside it are raised.
 // The common field form read straight from the record, when all of the
 // field is there in bytes: no padding or refill can arise inside it, and a
 // field of any other form (or with a byte the encoding forbids) is left to
@@ -164,14 +163,16 @@ bool field_in_buffer(const kaf_ioctx &c) {
   return unit_width(c.encoding) == 1 && c.w > 0 && c.pos + c.w <= c.rec_len;
 }
 
+// Reads one field into *item: stored first, then any error of the field,
+// overflow, and the end condition met inside it are raised.
 template <typename T>
 kaf_status read_field(kaf_ioctx &c, T *item) {
   clear_field_status(c);
   kaf::freal::input_spec spec{c.blank_mode == 1, static_cast<char>(c.decimal_char), c.d, c.scale,
                               c.round_mode};
   kaf::freal::real_input r;
-  const auto *p = static_cast<const unsigned char *>(c.buffer) + c.pos;
-  if (field_in_buffer(c) && kaf::freal::scan_real_plain(p, p + c.w, spec, kind_of<T>(), &r)) {
+  const auto *p = field_in_buffer(c) ? static_cast<const unsigned char *>(c.buffer) + c.pos : nullptr;
+  if (p && kaf::freal::scan_real_plain(p, p + c.w, spec, kind_of<T>(), &r)) {
     c.pos += c.w;
     c.nchars += static_cast<std::uint64_t>(c.w);
   } else {

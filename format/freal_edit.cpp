@@ -27,7 +27,9 @@ field fit(std::int32_t w, int len) {
 
 // Writes the exponent part; returns the length or -1 when it cannot be
 // written in e digits, -2 when it needs more than three digits and e is absent.
-int put_exponent(char *p, int exp, char letter, std::int32_t e) {
+// `minimal` (the width-zero forms without Ee): the letter and as few digits as
+// the exponent needs.
+int put_exponent(char *p, int exp, char letter, std::int32_t e, bool minimal) {
   int mag = exp < 0 ? -exp : exp;
   int digits = mag >= 1000 ? 4 + (mag >= 10000) : mag >= 100 ? 3 : 2;
   int n = 0;
@@ -35,10 +37,10 @@ int put_exponent(char *p, int exp, char letter, std::int32_t e) {
     if (mag >= 10000 || (e < 4 && mag >= (e == 1 ? 10 : e == 2 ? 100 : 1000))) return -1;
     digits = e;
     p[n++] = letter;
-  } else if (e == 0 && letter == 0) {
-    // The G0 form: a letter and as few digits as the exponent needs.
+  } else if (minimal) {
+    if (digits > 3) return -2;
     digits = mag >= 100 ? 3 : mag >= 10 ? 2 : 1;
-    p[n++] = 'E';
+    p[n++] = letter;
   } else {
     if (digits > 3) return -2;
     if (digits == 2) p[n++] = letter;
@@ -157,7 +159,7 @@ field format_E_form(const edit_spec &s, sign_info sg, double hi, double lo, char
     text[n++] = s.decimal_char;
     for (int i = k; i < sig; ++i) text[n++] = digit_at(dd, i);
   }
-  int el = put_exponent(text + n, exp, letter, s.e);
+  int el = put_exponent(text + n, exp, letter, s.e, s.w == 0);
   if (el == -2) return {0, 0, false, 1003};
   if (el < 0) return s.w == 0 ? field{0, 0, false, 1003} : star_field();
   n += el;
@@ -173,7 +175,7 @@ field layout_scientific(const edit_spec &s, sign_info sg, const decimal_digits &
   for (int i = 0; i < before; ++i) text[n++] = digit_at(dd, i);
   text[n++] = s.decimal_char;
   for (int i = 0; i < after; ++i) text[n++] = digit_at(dd, before + i);
-  int el = put_exponent(text + n, exp, 'E', s.e);
+  int el = put_exponent(text + n, exp, 'E', s.e, s.w == 0);
   if (el == -2) return {0, 0, false, 1003};
   if (el < 0) return s.w == 0 ? field{0, 0, false, 1003} : star_field();
   return fit(s.w, n + el);
@@ -283,7 +285,7 @@ field real_format_G(const edit_spec &s, sign_info sg, double hi, double lo, real
     edit_spec e0 = es;
     e0.k = 0;
     e0.w = 0;
-    f = format_E_form(e0, sg, hi, lo, 0, text, true, rounded);
+    f = format_E_form(e0, sg, hi, lo, 'E', text, true, rounded);
     return squeeze(f, text);
   }
   return format_E_form(es, sg, hi, lo, 'E', text, false, es.k == 0 ? rounded : nullptr);

@@ -13,5 +13,6 @@
 #include "kafrts/format.h"
 #include "kafrts/freal.h"
 #include "kafrts/listio.h"
+#include "kafrts/arrays.h"
 
 #endif

@@ -118,6 +118,11 @@ KAF_API int32_t __KAFf90_close4(const char *src_file, int32_t src_line, int64_t 
 KAF_API int32_t __KAFf90_rewind4(const char *src_file, int32_t src_line, int64_t unit,
                                  int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
 
+/* FLUSH: records already ended reach the file (an unconnected unit: no
+ * effect). */
+KAF_API int32_t __KAFf90_flush4(const char *src_file, int32_t src_line, int64_t unit,
+                                int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
+
 /* Ends every unit at a fatal error without flushing what is half written
  * (used when the reporter must not re-enter I/O). */
 KAF_API void __KAFf90_io_abort(void);

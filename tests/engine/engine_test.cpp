@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -139,6 +140,10 @@ TEST(EngineFiles, RewindNewunitAndAppend) {
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 0, &sp.s), 0);
   EXPECT_LE(unit, -10);
   write_ints(unit, "(I4)", {1, 2});
+  EXPECT_EQ(file_text(name), "");  // still in the unit's buffer
+  ASSERT_EQ(__KAFf90_flush4(nullptr, 0, unit, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(file_text(name), "   1\n   2\n");
+  EXPECT_EQ(__KAFf90_flush4(nullptr, 0, 77, nullptr, nullptr, 0, 0), 0);
   ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, unit, nullptr, nullptr, 0, 0), 0);
   stmt st;
   std::int32_t v = 0;
@@ -364,6 +369,50 @@ TEST(EngineInternal, WideKinds) {
   EXPECT_EQ(text[1], 0x3044u);
 }
 
+// Images are threads: statements on one unit from two threads take turns,
+// so every record arrives whole.
+TEST(EngineThreads, StatementsOnOneUnitTakeTurns) {
+  const std::string name = temp_name("threads");
+  ASSERT_EQ(open_file(50, name, "REPLACE"), 0);
+  auto writer = [](int tag) {
+    for (int i = 0; i < 2000; ++i) {
+      stmt st;
+      __KAFf90_write_seq(st.ctx, nullptr, 0, 50, nullptr, nullptr, 0, 0);
+      __KAFf90_establish_format(st.ctx, "(I1,20I4)", -1, 2);
+      __KAFf90_fmt_write_i(st.ctx, tag);
+      for (int k = 0; k < 20; ++k) __KAFf90_fmt_write_i(st.ctx, i % 1000);
+      __KAFf90_end_write_sequential(st.ctx);
+    }
+  };
+  std::thread a(writer, 1), b(writer, 2);
+  a.join();
+  b.join();
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 50, nullptr, 0, nullptr, nullptr, 0, 0), 0);
+  std::ifstream in(name);
+  std::string line;
+  int count[3] = {0, 0, 0};
+  while (std::getline(in, line)) {
+    ASSERT_EQ(line.size(), 81u) << line;
+    const std::string field = line.substr(1, 4);
+    for (int k = 1; k < 20; ++k) ASSERT_EQ(line.substr(1 + 4 * static_cast<std::size_t>(k), 4), field) << line;
+    ++count[line[0] - '0'];
+  }
+  EXPECT_EQ(count[1], 2000);
+  EXPECT_EQ(count[2], 2000);
+  std::remove(name.c_str());
+}
+
+TEST(EngineThreads, RecursiveIoIsReported) {
+  const auto r = kaftest::run_in_child([] {
+    stmt outer, inner;
+    __KAFf90_write_seq(outer.ctx, "prog.f90", 7, 6, nullptr, nullptr, 0, 0);
+    __KAFf90_write_seq(inner.ctx, "prog.f90", 9, 6, nullptr, nullptr, 0, 0);
+  });
+  EXPECT_TRUE(r.signaled);
+  EXPECT_EQ(r.err, "Runtime Error: prog.f90, line 9: Recursive I/O on unit 6\n"
+                   "Program terminated by fatal error\n");
+}
+
 TEST(EnginePreconnected, StandardOutputAndInput) {
   const auto r = kaftest::run_in_child(
       [] {
@@ -382,6 +431,20 @@ TEST(EnginePreconnected, StandardOutputAndInput) {
         __KAFf90_establish_format(st.ctx, "(I0)", -1, 2);
         __KAFf90_fmt_write_i(st.ctx, a + b);
         __KAFf90_end_write_sequential(st.ctx);
+        // A prompt, an answer read from another unit, the line goes on.
+        __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
+        __KAFf90_set_ioctx_advance(st.ctx, "NO", 2);
+        __KAFf90_establish_format(st.ctx, "(A)", -1, 2);
+        __KAFf90_fmt_write_ch(st.ctx, "n? ", 3);
+        __KAFf90_end_write_sequential(st.ctx);
+        __KAFf90_read_seq4(st.ctx, nullptr, 0, 5, nullptr, nullptr, 0, 0);
+        __KAFf90_establish_format(st.ctx, "(I2)", -1, 1);
+        __KAFf90_fmt_read_i(st.ctx, &a);
+        __KAFf90_end_read_sequential(st.ctx);
+        __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
+        __KAFf90_establish_format(st.ctx, "('got',I3)", -1, 2);
+        __KAFf90_fmt_write_i(st.ctx, a);
+        __KAFf90_end_write_sequential(st.ctx);
         __KAFf90_write_seq(st.ctx, nullptr, 0, 6, nullptr, nullptr, 0, 0);
         __KAFf90_set_ioctx_advance(st.ctx, "NO", 2);
         __KAFf90_establish_format(st.ctx, "(A)", -1, 2);
@@ -389,9 +452,9 @@ TEST(EnginePreconnected, StandardOutputAndInput) {
         __KAFf90_end_write_sequential(st.ctx);
         __KAFf90_io_finish();
       },
-      {{}, " 12 30\n"});
+      {{}, " 12 30\n 7\n"});
   EXPECT_TRUE(r.exited);
-  EXPECT_EQ(r.out, "x= 42\ny\nopen\n");
+  EXPECT_EQ(r.out, "x= 42\ny\nn? got  7\nopen\n");
   EXPECT_EQ(r.err, "42\n");
 }
 
@@ -459,6 +522,16 @@ TEST(EngineFatal, ReportsNameTheUnit) {
     __KAFf90_crash("stop here");
   });
   EXPECT_EQ(file_text(kept), " 7\n 8\n");
+  // io_abort writes the records already ended and drops the one still open.
+  const auto aborted = kaftest::run_in_child([&] {
+    open_file(42, kept, "REPLACE");
+    write_ints(42, "(I2)", {5});
+    write_ints(42, "(I2)", {6}, "NO");
+    __KAFf90_io_abort();
+    _exit(0);
+  });
+  EXPECT_TRUE(aborted.exited);
+  EXPECT_EQ(file_text(kept), " 5\n");
   std::remove(kept.c_str());
 }
 

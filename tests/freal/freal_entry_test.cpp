@@ -122,6 +122,16 @@ TEST(RealItemsOut, ErrorsAndTheirMessages) {
   EXPECT_EQ(w.text.substr(990), "0000000000");
 }
 
+TEST(RealItemsOut, WideCharacterRecords) {
+  memctx m;
+  kaftest::begin_output(m, 4, 4, ENC_UCS4);  // four units: the field needs a flush
+  ASSERT_EQ(kaftest::establish(m, "(F6.2)", DIR_OUTPUT), 0u);
+  ASSERT_EQ(__KAFf90_fmt_write_d(&m.ctx, -1.5), 0u);
+  std::string want;
+  for (char ch : std::string(" -1.50")) want += std::string{ch, 0, 0, 0};
+  EXPECT_EQ(kaftest::current_record(m), want);
+}
+
 TEST(RealItemsOut, FieldStrings) {
   const std::int32_t f52[4] = {5, 2, 0, 0};
   char buf[32];
@@ -249,6 +259,25 @@ TEST(RealItemsIn, EndOfRecordInsideTheField) {
   auto r = read("(F10.0)", {"  7.5"}, [&](kaf_ioctx *x) { return __KAFf90_fmt_read_d(x, &v); }, true);
   EXPECT_EQ(v, 7.5);
   EXPECT_EQ(static_cast<std::int64_t>(r.status), -2);
+}
+
+TEST(RealItemsIn, ShortRecordsArePaddedWithBlanks) {
+  // Advancing input with PAD: the field runs past the record's end and reads
+  // as if blanks followed, with no end condition.
+  double v = 0, w = 0;
+  auto r = read("(2F8.0)", {"  7.5     1."}, [&](kaf_ioctx *x) {
+    if (auto s = __KAFf90_fmt_read_d(x, &v)) return s;
+    return __KAFf90_fmt_read_d(x, &w);
+  });
+  EXPECT_EQ(r.status, 0u);
+  EXPECT_EQ(v, 7.5);
+  EXPECT_EQ(w, 1.0);
+  // Under BZ the padding blanks the character reader delivers are zeros like
+  // any other blank (gfortran ends the field at the record's end instead).
+  r = read("(BZ,F8.0)", {"  2.5"}, [&](kaf_ioctx *x) { return __KAFf90_fmt_read_d(x, &v); });
+  EXPECT_EQ(v, 2.5);
+  r = read("(BZ,F8.0)", {"  25"}, [&](kaf_ioctx *x) { return __KAFf90_fmt_read_d(x, &v); });
+  EXPECT_EQ(v, 250000.0);
 }
 
 TEST(RealItemsIn, LegacyAEditing) {
