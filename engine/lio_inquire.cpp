@@ -41,6 +41,7 @@ extern "C" {
 
 std::int32_t __KAFf90_inquire_unit(kaf_inquiry *q, std::int64_t number, std::int32_t *iostat, char *,
                                    std::int32_t) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   std::memset(q, 0, sizeof *q);
   inquiry &r = of(q);

@@ -1,5 +1,5 @@
 // File positioning and completion statements of the engine for sequential
-// files: BACKSPACE, ENDFILE, FLUSH and WAIT; and the connection's DELIM=
+// files: BACKSPACE, ENDFILE and WAIT; and the connection's DELIM=
 // mode for list-directed output.
 #include <unistd.h>
 
@@ -61,6 +61,7 @@ extern "C" {
 
 std::int32_t __KAFf90_backspace4(const char *src_file, std::int32_t src_line, std::int64_t number,
                                  std::int32_t *iostat, char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   unit_rec *u = find_unit(number);
   if (!u) return 0;
@@ -94,6 +95,7 @@ std::int32_t __KAFf90_backspace4(const char *src_file, std::int32_t src_line, st
 
 std::int32_t __KAFf90_endfile4(const char *src_file, std::int32_t src_line, std::int64_t number,
                                std::int32_t *iostat, char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   unit_rec *u = find_unit(number);
   if (!u) return 0;
@@ -114,19 +116,9 @@ std::int32_t __KAFf90_endfile4(const char *src_file, std::int32_t src_line, std:
   return 0;
 }
 
-std::int32_t __KAFf90_flush4(const char *, std::int32_t, std::int64_t number, std::int32_t *iostat, char *,
-                             std::size_t, std::int32_t) {
-  if (iostat) *iostat = 0;
-  unit_rec *u = find_unit(number);
-  if (!u) return 0;
-  // A record a non-advancing WRITE left open stays open.
-  drain_output(u);
-  if (u->stream) std::fflush(u->stream);
-  return 0;
-}
-
 std::int32_t __KAFf90_waitf4(const char *src_file, std::int32_t src_line, std::int64_t number, const std::int64_t *id,
                              std::int32_t *iostat, char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  table_guard guard;
   if (iostat) *iostat = 0;
   unit_rec *u = find_unit(number);
   // Every transfer completes within its statement: there is nothing to wait

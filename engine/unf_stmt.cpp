@@ -36,7 +36,12 @@ unit_rec unconnected_unit;
 
 unit_rec *unit_of(kaf_ioctx *c) { return static_cast<unit_rec *>(c->unit); }
 
+void release(kaf_ioctx *c);
+
+// The error exit: the record buffer goes at once, since the statement is
+// over whether or not its end call comes.
 std::int32_t raise(kaf_ioctx *c, std::int32_t code) {
+  release(c);
   return static_cast<std::int32_t>(__KAFf90_ioerr(c, code, static_cast<std::int32_t>(unit_of(c)->head.number)));
 }
 
@@ -76,6 +81,7 @@ std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted
   if (!direct && (u->access == ACCESS_STREAM) != stream) return raise(c, stream ? E_NOT_STREAM : E_NOT_SEQUENTIAL);
   if (input && !(u->action & ACTION_READ)) return raise(c, E_NOT_READ);
   if (!input && !(u->action & ACTION_WRITE)) return raise(c, E_NOT_WRITE);
+  claim_unit(c, u);  // given back by the end call or by the error exit
   return 0;
 }
 
@@ -189,6 +195,7 @@ std::int32_t begin_direct(kaf_ioctx *c, std::int64_t number, std::int64_t record
 
 std::int32_t finish(kaf_ioctx *c, std::int32_t status) {
   release(c);
+  release_unit(c);
   return status;
 }
 
@@ -324,7 +331,7 @@ std::int32_t __KAFf90_write_stream4(kaf_ioctx *c, const char *src_file, std::int
   kind_of(c) = STREAM_WRITE;
   return 0;
 }
-std::int32_t __KAFf90_end_stream(kaf_ioctx *c) { return (c->stmt_bits & STMT_DONE) ? c->error_code : 0; }
+std::int32_t __KAFf90_end_stream(kaf_ioctx *c) { return finish(c, (c->stmt_bits & STMT_DONE) ? c->error_code : 0); }
 
 std::int32_t __KAFf90_read_unf2_block(kaf_ioctx *c, void *address, std::int64_t bytes, std::int32_t) {
   return move_block(c, address, static_cast<std::uint64_t>(bytes < 0 ? 0 : bytes));

@@ -164,9 +164,6 @@ KAF_API int32_t __KAFf90_backspace4(const char *src_file, int32_t src_line, int6
 /* ENDFILE: the file ends at the current position. */
 KAF_API int32_t __KAFf90_endfile4(const char *src_file, int32_t src_line, int64_t unit, int32_t *iostat,
                                   char *iomsg, size_t iomsg_len, int32_t flags);
-/* FLUSH: ended records reach the file. */
-KAF_API int32_t __KAFf90_flush4(const char *src_file, int32_t src_line, int64_t unit, int32_t *iostat,
-                                char *iomsg, size_t iomsg_len, int32_t flags);
 /* WAIT (ID= address or null): transfers complete within their statements. */
 KAF_API int32_t __KAFf90_waitf4(const char *src_file, int32_t src_line, int64_t unit, const int64_t *id,
                                 int32_t *iostat, char *iomsg, size_t iomsg_len, int32_t flags);
