@@ -184,6 +184,30 @@ void free_chars(kaf_ioctx &c) {
   c.char_cap = c.char_len = 0;
 }
 
+// A double rounded to nearest from at most 19 digits times 10^e, |e| <= 27,
+// with one correctly rounded integer conversion: 5^|e| < 2^63, so w * 5^e
+// is exact in 128 bits, and w * 2^64 / 5^|e| keeps at least 65 bits of the
+// quotient with its remainder as a sticky bit; the power of two is exact.
+// False where it does not apply.
+bool exact_fast_path(const char *digits, int n, std::int64_t e, double *out) {
+  if (n == 0 || n > 19 || e < -27 || e > 27) return false;
+  std::uint64_t w = 0;
+  for (int i = 0; i < n; ++i) w = w * 10 + static_cast<std::uint64_t>(digits[i] - '0');
+  std::uint64_t p5 = 1;
+  for (std::int64_t i = 0; i < (e < 0 ? -e : e); ++i) p5 *= 5;
+  using u128 = unsigned __int128;
+  if (e >= 0) {
+    *out = std::ldexp(static_cast<double>(static_cast<u128>(w) * p5), static_cast<int>(e));
+    return true;
+  }
+  const int lz = __builtin_clzll(w);
+  const u128 num = static_cast<u128>(w << lz) << 64;
+  u128 q = num / p5;
+  if (num % p5) q |= 1;  // below the rounding position: a sticky bit
+  *out = std::ldexp(static_cast<double>(q), static_cast<int>(e) - 64 - lz);
+  return true;
+}
+
 // The pending number as the given binary format, rounded under the
 // statement's mode.
 double convert_number(kaf_ioctx &c, const kaf::dec::binary_format &f, bool *overflow) {
@@ -203,8 +227,12 @@ double convert_number(kaf_ioctx &c, const kaf::dec::binary_format &f, bool *over
       --n;
       ++e;
     }
-    kaf::dec::decimal_number number{digits, n, (flags & NUM_STICKY) != 0, e};
-    v = kaf::dec::to_binary(number, f, kaf::dec::magnitude_mode(c.round_mode, negative), overflow);
+    const bool nearest = c.round_mode == ROUND_PROCESSOR || c.round_mode == ROUND_NEAREST;
+    if (!(nearest && f.precision == kaf::dec::kDouble.precision && !(flags & NUM_STICKY) &&
+          exact_fast_path(digits, n, e, &v))) {
+      kaf::dec::decimal_number number{digits, n, (flags & NUM_STICKY) != 0, e};
+      v = kaf::dec::to_binary(number, f, kaf::dec::magnitude_mode(c.round_mode, negative), overflow);
+    }
   }
   return negative ? -v : v;
 }

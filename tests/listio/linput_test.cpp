@@ -533,3 +533,26 @@ TEST(ListInputChild, ContinuesTheParentScan) {
   EXPECT_EQ(b, 5);
   EXPECT_EQ(c, 6);
 }
+
+TEST(ListInputReals, TiesAndBoundariesAgainstStrtod) {
+  // Exact ties, one unit either side of them, and the limits of the short
+  // conversion path (19 digits, 10^±27) and just beyond them.
+  static const char *const rows[] = {
+      "9007199254740993",       "9007199254740995",       "9007199254740994",
+      "4503599627370496.5",     "4503599627370497.5",     "45035996273704965e-1",
+      "9999999999999999999",    "18446744073709551615",   "1e27",
+      "1e28",                   "1e-27",                  "1e-28",
+      "7.450580596923828125e-9", "0.1",                   "2.2250738585072011e-308",
+      "1.7976931348623157e308", "123456789012345678e-27", "8.98846567431158e307",
+      "0.500000000000000166533453693773481063544750213623046875",
+      "1.00000000000000011102230246251565404236316680908203125",
+      "1.00000000000000011102230246251565404236316680908203124",
+  };
+  for (const char *text : rows) {
+    lioctx m;
+    kaftest::begin_input(m, {text});
+    double v = 0;
+    ASSERT_EQ(__KAFf90_lio_read_d(&m.ctx, &v), 0) << text;
+    EXPECT_EQ(bits_of(v), bits_of(std::strtod(text, nullptr))) << text;
+  }
+}
