@@ -37,9 +37,20 @@ dd reciprocal(dd a) {
 
 dd scale(dd a, int n) {
   double hi = ldexp_(a.hi, n);
+  if (!is_finite(hi) || hi == 0.0) return dd{hi, 0.0};
+  if (fabs_(hi) < 0x1p-1021) {
+    // A subnormal result: fold what the rounding of hi lost, and lo, into
+    // hi (the scaling back of a subnormal is exact); lo has no room left.
+    double back = ldexp_(hi, -n);
+    double rem = a.hi - back;
+    rem = rem + a.lo;
+    hi = hi + ldexp_(rem, n);
+    return dd{hi, 0.0};
+  }
   double lo = ldexp_(a.lo, n);
-  if (!is_finite(hi)) return dd{hi, 0.0};
-  return dd{hi, lo};
+  double e;
+  hi = quick_two_sum(hi, lo, e);
+  return dd{hi, e};
 }
 
 // Divisors outside [2^-1019, 2^960], and every zero, infinite or NaN

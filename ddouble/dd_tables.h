@@ -8,9 +8,10 @@ namespace kafdd::tab {
 struct dd2 { double hi, lo; };
 struct dd3 { double a, b, c; };
 
-// pi/2 in five chunks of 24 bits (products with |n| < 2^29 are exact),
-// then the rest rounded.
-inline constexpr double pio2_chunks[6] = {0x1.921fb4p+0, 0x1.4442dp-24, 0x1.846988p-48, 0x1.8cc516p-72, 0x1.01b838p-96, 0x1.a252049c1114dp-120};
+// pi/2 in twelve chunks of 24 bits (products with |n| < 2^29 are
+// exact); pio2_tail[i] is the rest after chunk i, rounded.
+inline constexpr double pio2_chunks[12] = {0x1.921fb4p+0, 0x1.4442dp-24, 0x1.846988p-48, 0x1.8cc516p-72, 0x1.01b838p-96, 0x1.a25204p-120, 0x1.382228p-145, 0x1.9f31dp-169, 0x1.05df52p-198, 0x1.1d89ccp-222, 0x1.9128a4p-246, 0x1.043cc6p-270};
+inline constexpr double pio2_tail[12] = {0x1.4442d18469899p-24, 0x1.8469898cc517p-48, 0x1.8cc51701b839ap-72, 0x1.01b839a25204ap-96, 0x1.a252049c1114dp-120, 0x1.3822299f31d01p-145, 0x1.9f31d0082efaap-169, 0x1.05df531d89cd9p-198, 0x1.1d89cd9128a5p-222, 0x1.9128a5043cc72p-246, 0x1.043cc71a026efp-270, 0x1.1a026ef7ca8cep-294};
 inline constexpr dd2 pi = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
 inline constexpr dd2 pio2 = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54};
 inline constexpr dd3 pio2_3 = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54, -0x1.f1976b7ed8fbcp-110};

@@ -17,7 +17,7 @@ constexpr double kInf = INFINITY;
 // Bounds, in units of 2^-106. Sums are bounded against |a| + |b| (the
 // simple two-sum cannot bound the error relative to a cancelled result);
 // every other operation relative to its true result.
-constexpr double kAddBound = 3.0;     // |err| <= 4 * 2^-106 * (|a| + |b|)
+constexpr double kAddBound = 3.0;     // |err| <= 3 * 2^-106 * (|a| + |b|)
 constexpr double kAddSameSign = 3.0;  // relative, operands of one sign
 constexpr double kMulBound = 5.0;
 constexpr double kMulDBound = 3.0;

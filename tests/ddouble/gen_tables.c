@@ -27,15 +27,16 @@ static void put_td(mpfr_t v, const char *end) {
   printf("{%a, %a, %a}%s", a, b, c, end);
   mpfr_clear(t);
 }
-/* Splits v into n doubles of at most bits significant bits each. */
-static void put_chunks(mpfr_t v, int n, int bits) {
+/* Splits v into n doubles of at most bits significant bits each (the last
+ * one last_bits, rounded when wider). */
+static void put_chunks(mpfr_t v, int n, int bits, int last_bits) {
   mpfr_t t, c;
   mpfr_inits2(PREC, t, c, (mpfr_ptr)0);
   mpfr_set(t, v, MPFR_RNDN);
   printf("{");
   for (int i = 0; i < n; ++i) {
-    mpfr_set_prec(c, i + 1 < n ? bits : 53);
-    mpfr_set(c, t, i + 1 < n ? MPFR_RNDZ : MPFR_RNDN);
+    mpfr_set_prec(c, i + 1 < n ? bits : last_bits);
+    mpfr_set(c, t, i + 1 < n || last_bits == bits ? MPFR_RNDZ : MPFR_RNDN);
     printf("%a%s", mpfr_get_d(c, MPFR_RNDN), i + 1 < n ? ", " : "}");
     mpfr_sub(t, t, c, MPFR_RNDN);
   }
@@ -51,11 +52,25 @@ int main(void) {
   printf("namespace kafdd::tab {\n\n");
   printf("struct dd2 { double hi, lo; };\nstruct dd3 { double a, b, c; };\n\n");
 
-  printf("// pi/2 in five chunks of 24 bits (products with |n| < 2^29 are exact),\n");
-  printf("// then the rest rounded.\ninline constexpr double pio2_chunks[6] = ");
+  printf("// pi/2 in twelve chunks of 24 bits (products with |n| < 2^29 are\n");
+  printf("// exact); pio2_tail[i] is the rest after chunk i, rounded.\n");
+  printf("inline constexpr double pio2_chunks[12] = ");
   mpfr_div_ui(v, pi, 2, MPFR_RNDN);
-  put_chunks(v, 6, 24);
+  put_chunks(v, 12, 24, 24);
   printf(";\n");
+  {
+    mpfr_t t, c;
+    mpfr_inits2(PREC, t, c, (mpfr_ptr)0);
+    mpfr_set(t, v, MPFR_RNDN);
+    printf("inline constexpr double pio2_tail[12] = {");
+    for (int i = 0; i < 12; ++i) {
+      mpfr_set_prec(c, 24);
+      mpfr_set(c, t, MPFR_RNDZ);
+      mpfr_sub(t, t, c, MPFR_RNDN);
+      printf("%a%s", mpfr_get_d(t, MPFR_RNDN), i < 11 ? ", " : "};\n");
+    }
+    mpfr_clears(t, c, (mpfr_ptr)0);
+  }
   printf("inline constexpr dd2 pi = ");
   put_dd(pi, ";\n");
   printf("inline constexpr dd2 pio2 = ");
@@ -80,7 +95,7 @@ int main(void) {
   printf("// ln2/64: two 36-bit parts (|n| < 2^17 keeps n*part exact), then the rest.\n");
   printf("inline constexpr double ln2o64[3] = ");
   mpfr_div_ui(v, v, 64, MPFR_RNDN);
-  put_chunks(v, 3, 36);
+  put_chunks(v, 3, 36, 53);
   printf(";\n");
   mpfr_set_ui(v, 10, MPFR_RNDN);
   mpfr_log(v, v, MPFR_RNDN);

@@ -34,12 +34,14 @@ inline std::string show(kaf_dd a) {
   return buf;
 }
 
-// Bitwise equality of both parts (so -0 differs from +0; NaNs compare as
-// "both NaN").
+// Bitwise equality of the high parts (so -0 differs from +0) and of the low
+// parts, where a zero low part may carry either sign (it does not change
+// the value); NaNs compare as "both NaN".
 inline bool same(kaf_dd a, kaf_dd b) {
   bool na = std::isnan(a.hi), nb = std::isnan(b.hi);
   if (na || nb) return na && nb;
-  return bits(a.hi) == bits(b.hi) && bits(a.lo) == bits(b.lo);
+  if (bits(a.hi) != bits(b.hi)) return false;
+  return a.lo == 0.0 ? b.lo == 0.0 : bits(a.lo) == bits(b.lo);
 }
 
 // An MPFR number wide enough to hold any double-double exactly (hi and lo

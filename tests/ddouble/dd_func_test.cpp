@@ -1,0 +1,374 @@
+// The elemental functions of the real double-double kind against MPFR on
+// random and hard arguments (next to multiples of pi/2, next to 1 for the
+// logarithms, at the overflow and underflow thresholds), with the bound
+// each function states in docs/ddouble.md; then their special values.
+#include <cfenv>
+#include <cfloat>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+#include "tests/ddouble/oracle.h"
+
+using namespace ddtest;
+
+namespace {
+
+constexpr double kInf = INFINITY;
+
+using Fn = kaf_dd (*)(kaf_dd);
+using MpFn = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+
+// Worst relative error of f against ref over the arguments from gen.
+Worst measure(long n, std::uint64_t seed, const std::function<kaf_dd(Gen &)> &gen, Fn f, MpFn ref) {
+  Gen g(seed);
+  Big mx, mr(320);
+  Worst w;
+  for (long i = 0; i < n; ++i) {
+    kaf_dd x = gen(g);
+    kaf_dd r = f(x);
+    set_dd(mx, x);
+    ref(mr, mx, MPFR_RNDN);
+    EXPECT_TRUE(normalised(r)) << show(x) << " -> " << show(r);
+    w.note(err_units(r, mr), show(x) + " -> " + show(r));
+  }
+  return w;
+}
+
+// Runs measure over several argument families and checks one bound.
+void check(const char *name, Fn f, MpFn ref, double bound,
+           const std::vector<std::function<kaf_dd(Gen &)>> &families, long n = kHundredK) {
+  double worst = 0;
+  for (std::size_t i = 0; i < families.size(); ++i) {
+    Worst w = measure(n, 1000 + i, families[i], f, ref);
+    EXPECT_LE(w.err, bound) << name << " family " << i << ": " << w.where;
+    worst = std::max(worst, w.err);
+  }
+  ::testing::Test::RecordProperty("worst_units", std::to_string(worst));
+}
+
+// The double-double nearest to k * c for a 300-bit constant c.
+kaf_dd nearest_multiple(long k, void (*c)(mpfr_ptr)) {
+  Big m(400);
+  c(m);
+  mpfr_mul_si(m, m, k, MPFR_RNDN);
+  return get_dd(m);
+}
+void pio2(mpfr_ptr m) {
+  mpfr_const_pi(m, MPFR_RNDN);
+  mpfr_div_2ui(m, m, 1, MPFR_RNDN);
+}
+
+auto range(double a, double b) {
+  return [a, b](Gen &g) { return g.range(a, b); };
+}
+auto logrange(int emin, int emax, bool sign = true) {
+  return [emin, emax, sign](Gen &g) { return sign ? g.dd(emin, emax) : g.dd_pos(emin, emax); };
+}
+// Next to a multiple of pi/2: the nearest double-double, nudged by a few
+// units of its last place.
+auto near_pio2(long kmax) {
+  return [kmax](Gen &g) {
+    long k = std::uniform_int_distribution<long>(1, kmax)(g.rng);
+    kaf_dd x = nearest_multiple(g.coin() ? k : -k, pio2);
+    double ulp = std::ldexp(std::fabs(x.hi), -106);
+    double nudge = std::uniform_int_distribution<int>(-3, 3)(g.rng) * ulp;
+    return __KAFf90_dd_PLUS_d(x, nudge);
+  };
+}
+// 1 + eps for eps of every size down to 2^-104.
+auto near_one() {
+  return [](Gen &g) {
+    double e = std::ldexp(g.unit(), g.expo(-104, -3));
+    return __KAFf90_dd_PLUS_d(kaf_dd{1.0, 0.0}, g.coin() ? e : -e);
+  };
+}
+
+auto near_one_above() {
+  return [](Gen &g) {
+    double e = std::ldexp(g.unit(), g.expo(-104, -3));
+    return __KAFf90_dd_PLUS_d(kaf_dd{1.0, 0.0}, e);
+  };
+}
+
+}  // namespace
+
+// ---- Accuracy against MPFR --------------------------------------------------
+
+TEST(DdFunc, ExpAccuracy) {
+  // Results above 2^-969 keep all 106 bits; below, see the next test.
+  check("exp", __KAFf90_exp_dd, mpfr_exp, 3.0,
+        {range(-1, 1), range(-670, 700), logrange(-80, 3), range(709.0, 709.78), range(-1e-3, 1e-3)});
+}
+
+TEST(DdFunc, ExpIntoTheSubnormalRange) {
+  // Below 2^-969 the low part runs out of exponent range: the error is
+  // bounded by 4 * 2^-106 relative plus one unit of the smallest subnormal.
+  Gen g(99);
+  Big mx, mr(320), d(2200);
+  long bad = 0;
+  for (long i = 0; i < kHundredK; ++i) {
+    kaf_dd x = g.range(-745.0, -670.0);
+    kaf_dd r = __KAFf90_exp_dd(x);
+    set_dd(mx, x);
+    mpfr_exp(mr, mx, MPFR_RNDN);
+    set_dd(d, r);
+    mpfr_sub(d, d, mr, MPFR_RNDN);
+    double err = std::fabs(mpfr_get_d(d, MPFR_RNDN));
+    double allowed = 4.0 * std::ldexp(mpfr_get_d(mr, MPFR_RNDN), -106) + 0x1p-1074;
+    if (!(err <= allowed) && ++bad < 5) ADD_FAILURE() << show(x) << " -> " << show(r);
+    if (!normalised(r) && ++bad < 5) ADD_FAILURE() << "not normalised: " << show(r);
+  }
+  EXPECT_EQ(bad, 0);
+}
+
+TEST(DdFunc, LogAccuracy) {
+  check("log", __KAFf90_log_dd, mpfr_log, 3.0,
+        {logrange(-960, 1023, false), range(0.5, 2.0), near_one(), range(0.7, 1.5), range(1e-300, 1e-290)});
+}
+
+TEST(DdFunc, Log10Accuracy) {
+  check("log10", __KAFf90_log10_dd, mpfr_log10, 4.0, {logrange(-960, 1023, false), near_one()});
+}
+
+TEST(DdFunc, SinAccuracy) {
+  check("sin", __KAFf90_sin_dd, mpfr_sin, 4.0,
+        {range(-4, 4), range(-1e6, 1e6), near_pio2(1000000), near_pio2(1000), logrange(-60, 3),
+         logrange(28, 1000)});
+}
+
+TEST(DdFunc, CosAccuracy) {
+  check("cos", __KAFf90_cos_dd, mpfr_cos, 4.0,
+        {range(-4, 4), range(-1e6, 1e6), near_pio2(1000000), near_pio2(1000), logrange(-60, 3),
+         logrange(28, 1000)});
+}
+
+TEST(DdFunc, TanAccuracy) {
+  check("tan", __KAFf90_tan_dd, mpfr_tan, 6.0,
+        {range(-4, 4), range(-1e6, 1e6), near_pio2(1000000), logrange(-60, 3), logrange(28, 1000)});
+}
+
+TEST(DdFunc, AtanAccuracy) {
+  check("atan", __KAFf90_atan_dd, mpfr_atan, 4.0,
+        {range(-1, 1), range(-100, 100), logrange(-300, 300), range(0.99, 1.01)});
+}
+
+TEST(DdFunc, AsinAcosAccuracy) {
+  check("asin", __KAFf90_asin_dd, mpfr_asin, 6.0,
+        {range(-1, 1), logrange(-300, -1), range(0.999, 1.0), range(-1.0, -0.999)});
+  check("acos", __KAFf90_acos_dd, mpfr_acos, 6.0,
+        {range(-1, 1), logrange(-300, -1), range(0.999, 1.0), range(-1.0, -0.999)});
+}
+
+TEST(DdFunc, HyperbolicAccuracy) {
+  check("sinh", __KAFf90_sinh_dd, mpfr_sinh, 5.0,
+        {range(-1, 1), range(-0.5, 0.5), range(-700, 700), logrange(-300, -2), range(709.0, 710.4)});
+  check("cosh", __KAFf90_cosh_dd, mpfr_cosh, 5.0,
+        {range(-1, 1), range(-700, 700), range(709.0, 710.4), range(-710.4, -709.0)});
+  check("tanh", __KAFf90_tanh_dd, mpfr_tanh, 5.0,
+        {range(-1, 1), range(-0.5, 0.5), range(-50, 50), logrange(-300, -2), range(35, 45)});
+}
+
+TEST(DdFunc, InverseHyperbolicAccuracy) {
+  check("asinh", __KAFf90_asinh_dd, mpfr_asinh, 4.0,
+        {range(-2, 2), logrange(-300, 600), logrange(-60, -1)});
+  check("acosh", __KAFf90_acosh_dd, mpfr_acosh, 4.0,
+        {range(1, 3), logrange(0, 600, false), near_one_above()}, kTenK);
+  check("atanh", __KAFf90_atanh_dd, mpfr_atanh, 4.0,
+        {range(-1, 1), logrange(-300, -2), range(0.999, 1.0)});
+}
+
+TEST(DdFunc, SqrtOnHardArguments) {
+  check("sqrt", __KAFf90_sqrt_dd, mpfr_sqrt, 3.0,
+        {near_one(), logrange(-1074 + 60, 1023, false), range(0.25, 4.0)});
+}
+
+TEST(DdFunc, Atan2Accuracy) {
+  Gen g(77);
+  Big my, mx, mr(320);
+  Worst w;
+  for (long i = 0; i < kHundredK; ++i) {
+    kaf_dd y = g.dd(-40, 40), x = g.dd(-40, 40);
+    if (i % 3 == 0) x = g.with_lo(y.hi * g.uniform(0.99, 1.01));  // near the diagonal
+    kaf_dd r = __KAFf90_atan2_dd(y, x);
+    set_dd(my, y);
+    set_dd(mx, x);
+    mpfr_atan2(mr, my, mx, MPFR_RNDN);
+    w.note(err_units(r, mr), show(y) + show(x));
+  }
+  EXPECT_LE(w.err, 5.0) << w.where;
+  RecordProperty("worst_units", std::to_string(w.err));
+}
+
+TEST(DdFunc, PowAccuracy) {
+  // a ** b with |b log a| <= 40: the error grows with |b log a| (the
+  // logarithm's own error is multiplied by b), which this range bounds.
+  Gen g(78);
+  Big ma, mb, mr(320);
+  Worst w;
+  for (long i = 0; i < kHundredK; ++i) {
+    kaf_dd a = g.dd_pos(-20, 20);
+    double la = std::fabs(std::log(a.hi)) + 1e-3;
+    kaf_dd b = g.range(-40.0 / la, 40.0 / la);
+    kaf_dd r = __KAFf90_dd_pow_dd(a, b);
+    set_dd(ma, a);
+    set_dd(mb, b);
+    mpfr_pow(mr, ma, mb, MPFR_RNDN);
+    w.note(err_units(r, mr), show(a) + show(b));
+  }
+  EXPECT_LE(w.err, 24.0) << w.where;
+  RecordProperty("worst_units", std::to_string(w.err));
+}
+
+TEST(DdFunc, IntegerPowerAccuracy) {
+  Gen g(79);
+  Big ma, mr(320);
+  Worst w;
+  for (long i = 0; i < kHundredK; ++i) {
+    kaf_dd a = g.range(0.5, 2.0);
+    if (g.coin()) a = __KAFf90_dd_TIMES_d(a, -1.0);
+    long n = std::uniform_int_distribution<long>(-300, 300)(g.rng);
+    kaf_dd r = __KAFf90_dd_pow_i4(a, n);
+    set_dd(ma, a);
+    mpfr_pow_si(mr, ma, n, MPFR_RNDN);
+    w.note(err_units(r, mr), show(a) + " n=" + std::to_string(n));
+  }
+  EXPECT_LE(w.err, 5.0) << w.where;
+  RecordProperty("worst_units", std::to_string(w.err));
+}
+
+// ---- Special values ---------------------------------------------------------
+
+TEST(DdFunc, ExpLogSpecials) {
+  EXPECT_TRUE(same(__KAFf90_exp_dd({0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_exp_dd({-0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_exp_dd({kInf, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_exp_dd({-kInf, 0}), {0.0, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_exp_dd({NAN, 0}).hi));
+  // Thresholds: exp overflows just above log(DBL_MAX) = 709.78271289338...
+  EXPECT_TRUE(std::isfinite(__KAFf90_exp_dd({709.782712893383, 0}).hi));
+  EXPECT_TRUE(same(__KAFf90_exp_dd({709.782712893385, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_exp_dd({-746.0, 0}), {0.0, 0}));
+  EXPECT_GT(__KAFf90_exp_dd({-744.0, 0}).hi, 0.0);  // subnormal, not zero
+  EXPECT_TRUE(same(__KAFf90_log_dd({1.0, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_log_dd({0.0, 0}), {-kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_log_dd({-0.0, 0}), {-kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_log_dd({kInf, 0}), {kInf, 0}));
+  std::feclearexcept(FE_ALL_EXCEPT);
+  EXPECT_TRUE(std::isnan(__KAFf90_log_dd({-1.0, 0}).hi));
+  EXPECT_TRUE(std::fetestexcept(FE_INVALID));
+  EXPECT_TRUE(std::isnan(__KAFf90_log10_dd({-kInf, 0}).hi));
+  EXPECT_TRUE(same(__KAFf90_log10_dd({1.0, 0}), {0.0, 0}));
+  // Subnormal arguments keep their accuracy.
+  Big m(320);
+  kaf_dd x{0x1.23456789abcdep-1060, 0};
+  set_dd(m, x);
+  mpfr_log(m, m, MPFR_RNDN);
+  EXPECT_LE(err_units(__KAFf90_log_dd(x), m), 4.0);
+  const kaf_dd two{2.0, 0};
+  EXPECT_TRUE(same(__KAFf90_exp_dd_arg(&two), __KAFf90_exp_dd(two)));
+  EXPECT_TRUE(same(__KAFf90_log_dd_arg(&two), __KAFf90_log_dd(two)));
+  EXPECT_TRUE(same(__KAFf90_log10_dd_arg(&two), __KAFf90_log10_dd(two)));
+}
+
+TEST(DdFunc, TrigSpecials) {
+  EXPECT_TRUE(same(__KAFf90_sin_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_tan_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_cos_dd({-0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_atan_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_asin_dd({-0.0, 0}), {-0.0, 0}));
+  for (Fn f : {__KAFf90_sin_dd, __KAFf90_cos_dd, __KAFf90_tan_dd}) {
+    EXPECT_TRUE(std::isnan(f({kInf, 0}).hi));
+    EXPECT_TRUE(std::isnan(f({NAN, 0}).hi));
+  }
+  kaf_dd pio2v = nearest_multiple(1, pio2);
+  EXPECT_TRUE(same(__KAFf90_atan_dd({kInf, 0}), pio2v));
+  EXPECT_TRUE(same(__KAFf90_atan_dd({-kInf, 0}), {-pio2v.hi, -pio2v.lo}));
+  EXPECT_TRUE(same(__KAFf90_asin_dd({1.0, 0}), pio2v));
+  EXPECT_TRUE(same(__KAFf90_acos_dd({1.0, 0}), {0.0, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_asin_dd({1.0, 0x1p-60}).hi));
+  EXPECT_TRUE(std::isnan(__KAFf90_acos_dd({-1.0, -0x1p-60}).hi));
+  kaf_dd s, c;
+  __KAFf90_sincos_dd({0.5, 0}, &s, &c);
+  EXPECT_TRUE(same(s, __KAFf90_sin_dd({0.5, 0})));
+  EXPECT_TRUE(same(c, __KAFf90_cos_dd({0.5, 0})));
+  const kaf_dd half{0.5, 0};
+  EXPECT_TRUE(same(__KAFf90_sin_dd_arg(&half), s));
+  EXPECT_TRUE(same(__KAFf90_cos_dd_arg(&half), c));
+  EXPECT_TRUE(same(__KAFf90_tan_dd_arg(&half), __KAFf90_tan_dd(half)));
+  EXPECT_TRUE(same(__KAFf90_atan_dd_arg(&half), __KAFf90_atan_dd(half)));
+  EXPECT_TRUE(same(__KAFf90_asin_dd_arg(&half), __KAFf90_asin_dd(half)));
+  EXPECT_TRUE(same(__KAFf90_acos_dd_arg(&half), __KAFf90_acos_dd(half)));
+}
+
+TEST(DdFunc, Atan2FollowsTheC99Table) {
+  kaf_dd pi = nearest_multiple(2, pio2), h = nearest_multiple(1, pio2);
+  Big m(400);
+  mpfr_const_pi(m, MPFR_RNDN);
+  mpfr_mul_d(m, m, 0.25, MPFR_RNDN);
+  kaf_dd q = get_dd(m);
+  mpfr_mul_ui(m, m, 3, MPFR_RNDN);
+  kaf_dd q3 = get_dd(m);
+  struct Row {
+    kaf_dd y, x, want;
+  } rows[] = {
+      {{0.0, 0}, {1.0, 0}, {0.0, 0}},       {{-0.0, 0}, {1.0, 0}, {-0.0, 0}},
+      {{0.0, 0}, {-1.0, 0}, pi},            {{-0.0, 0}, {-1.0, 0}, {-pi.hi, -pi.lo}},
+      {{0.0, 0}, {-0.0, 0}, pi},            {{0.0, 0}, {0.0, 0}, {0.0, 0}},
+      {{1.0, 0}, {0.0, 0}, h},              {{-1.0, 0}, {-0.0, 0}, {-h.hi, -h.lo}},
+      {{kInf, 0}, {kInf, 0}, q},            {{kInf, 0}, {-kInf, 0}, q3},
+      {{-kInf, 0}, {2.0, 0}, {-h.hi, -h.lo}}, {{3.0, 0}, {kInf, 0}, {0.0, 0}},
+      {{3.0, 0}, {-kInf, 0}, pi},           {{-3.0, 0}, {-kInf, 0}, {-pi.hi, -pi.lo}},
+  };
+  for (const Row &r : rows) {
+    kaf_dd got = __KAFf90_atan2_dd(r.y, r.x);
+    EXPECT_TRUE(same(got, r.want)) << show(r.y) << show(r.x) << " -> " << show(got);
+    EXPECT_TRUE(same(__KAFf90_atan2_dd_arg(&r.y, &r.x), got));
+  }
+  EXPECT_TRUE(std::isnan(__KAFf90_atan2_dd({NAN, 0}, {1.0, 0}).hi));
+}
+
+TEST(DdFunc, HyperbolicSpecials) {
+  EXPECT_TRUE(same(__KAFf90_sinh_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_tanh_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_cosh_dd({-0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_sinh_dd({-kInf, 0}), {-kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_cosh_dd({-kInf, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_tanh_dd({-kInf, 0}), {-1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_tanh_dd({1000.0, 0}), {1.0, 0}));
+  // cosh overflows past log(2 * DBL_MAX) = 710.4758600739...
+  EXPECT_TRUE(std::isfinite(__KAFf90_cosh_dd({710.4758, 0}).hi));
+  EXPECT_TRUE(same(__KAFf90_cosh_dd({710.4759, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_sinh_dd({-710.4759, 0}), {-kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_asinh_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_atanh_dd({-1.0, 0}), {-kInf, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_atanh_dd({1.0, 0x1p-60}).hi));
+  EXPECT_TRUE(same(__KAFf90_acosh_dd({1.0, 0}), {0.0, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_acosh_dd({1.0, -0x1p-60}).hi));
+  EXPECT_TRUE(same(__KAFf90_acosh_dd({kInf, 0}), {kInf, 0}));
+  const kaf_dd half{0.5, 0};
+  EXPECT_TRUE(same(__KAFf90_sinh_dd_arg(&half), __KAFf90_sinh_dd(half)));
+  EXPECT_TRUE(same(__KAFf90_cosh_dd_arg(&half), __KAFf90_cosh_dd(half)));
+  EXPECT_TRUE(same(__KAFf90_tanh_dd_arg(&half), __KAFf90_tanh_dd(half)));
+}
+
+TEST(DdFunc, PowSpecials) {
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({NAN, 0}, {0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({1.0, 0}, {NAN, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({-2.0, 0}, {3.0, 0}), {-8.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({-2.0, 0}, {2.0, 0}), {4.0, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_dd_pow_dd({-2.0, 0}, {0.5, 0}).hi));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({-0.0, 0}, {-3.0, 0}), {-kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({0.0, 0}, {-0.5, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({0.0, 0}, {2.5, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({0.5, 0}, {kInf, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({0.5, 0}, {-kInf, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({-1.0, 0}, {kInf, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({kInf, 0}, {-2.0, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_dd({2.0, 0}, {1100.0, 0}), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_i4({3.0, 0}, 0), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_i4({2.0, 0}, -1074), {0x1p-1074, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_i4({2.0, 0}, 1024), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_i4({0.0, 0}, -1), {kInf, 0}));
+  EXPECT_TRUE(same(__KAFf90_dd_pow_i4({-1.0, 0}, INT64_MIN), {1.0, 0}));
+}
