@@ -77,7 +77,7 @@ inline double two_prod_ns(double x, double y, double &e) {
 // split exact near both ends of the exponent range. The second threshold
 // (exponent sum above 3067, a product at or above 2^1021) scales the larger
 // operand once more so that the high-part products cannot overflow first.
-inline dd ddprod(double x, double y) {
+[[gnu::noinline]] inline dd ddprod_scaled(double x, double y) {
   int ex = biased_exponent(x);
   int ey = biased_exponent(y);
   if (ex == 2047 || ey == 2047) [[unlikely]] {
@@ -125,6 +125,23 @@ inline dd ddprod(double x, double y) {
   if (!is_finite(p)) [[unlikely]]
     e = 0.0;
   return dd{p, e};
+}
+
+// Exact product: the common case inline, the scaled one out of line.
+inline dd ddprod(double x, double y) {
+  // Fast path, decided with floating-point compares: both operands within
+  // [2^-969, 2^970) and the product below 2^1021 need no scaling step
+  // (biased exponents in 54..1992 summing to at most 3067).
+  double ax = fabs_(x), ay = fabs_(y);
+  double mn = ax < ay ? ax : ay;
+  double mx = ax < ay ? ay : ax;
+  double p = x * y;
+  if (mn >= 0x1p-969 && mx < 0x1p970 && fabs_(p) < 0x1p1021) [[likely]] {
+    double e;
+    two_prod_ns(x, y, e);
+    return dd{p, e};
+  }
+  return ddprod_scaled(x, y);
 }
 
 // A zero, infinite or NaN high part leaves the double-double steps (which

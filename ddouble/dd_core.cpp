@@ -92,7 +92,7 @@ dd divide(dd a, dd b) {
   rem = rem + a.lo;
   double t2 = q.hi * b.lo;
   rem = rem - t2;
-  double ql = rem / b.hi;
+  double ql = rem * r;  // r = 1/b.hi to 2^-53: ample for a low part
   double lo;
   double hi = quick_two_sum(q.hi, ql, lo);
   return dd{hi, lo};
