@@ -337,6 +337,32 @@ inline dd add_d_ns(dd a, double d) {
   return dd{hi, lo};
 }
 
+// A sum kept in three binary64 parts; each added term is split exactly
+// (two-sums), so the sum is good to about 2^-150 of the terms' size.
+struct acc3 {
+  double s0 = 0.0, s1 = 0.0, s2 = 0.0;
+  void add(double t) {
+    double e0;
+    s0 = two_sum(s0, t, e0);
+    double e1;
+    s1 = two_sum(s1, e0, e1);
+    s2 = s2 + e1;
+  }
+  // The sum as a double-double and a third part below it.
+  dd get(double &third) const {
+    double t;
+    double a = two_sum(s0, s1, t);
+    double u;
+    double b = two_sum(t, s2, u);
+    double lo;
+    double hi = two_sum(a, b, lo);
+    third = u;
+    double e;
+    hi = quick_two_sum(hi, lo, e);
+    return dd{hi, e};
+  }
+};
+
 // x * 2^n for any n, exact unless the result leaves the normal range.
 inline double ldexp_(double x, int n) {
   while (n > 1000) {

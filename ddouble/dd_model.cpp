@@ -87,8 +87,9 @@ static Int nint(dd x) {
 }
 
 // |a| mod |b| for finite a, nonzero finite b, by long division in chunks of
-// at most 26 quotient bits, so that every product q * b is exact and each
-// subtraction only rounds at the scale of the difference. *low_quotient
+// at most 26 quotient bits: every product q * b is exact (four doubles),
+// and each partial remainder, which spans at most about 106 bits, is summed
+// in three parts before it is rounded to a double-double. *low_quotient
 // gets the quotient modulo 2^31.
 static dd mod_abs(dd a, dd b, std::uint64_t *low_quotient) {
   dd r = negative(a) ? neg(a) : a;
@@ -104,12 +105,20 @@ static dd mod_abs(dd a, dd b, std::uint64_t *low_quotient) {
     if (q < 1.0) q = 1.0;
     dd a1 = ddprod(q, pk.hi);
     dd a2 = ddprod(q, pk.lo);
-    dd t = add_acc(r, neg(a1));
-    t = add_acc(t, neg(a2));
-    while (negative(t) && t.hi != 0.0) {
-      t = add_acc(t, pk);
+    acc3 s;
+    s.add(r.hi);
+    s.add(-a1.hi);
+    s.add(r.lo);
+    s.add(-a1.lo);
+    s.add(-a2.hi);
+    s.add(-a2.lo);
+    while (s.s0 + s.s1 + s.s2 < 0.0) {
+      s.add(pk.hi);
+      s.add(pk.lo);
       q -= 1.0;
     }
+    double third;
+    dd t = s.get(third);
     r = t;
     if (k < 31) qbits += static_cast<std::uint64_t>(q) << k;
     if (r.hi == 0.0) break;
