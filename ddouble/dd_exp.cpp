@@ -356,7 +356,11 @@ dd pow_dd(dd a, dd b) {
   return neg_result ? neg(r) : r;
 }
 
-dd sinh_dd(dd x) {
+}  // namespace
+
+namespace kafdd {
+
+dd sinh(dd x) {
   double ax = fabs_(x.hi);
   if (!(ax <= kDblMax) || ax == 0.0) return dd{x.hi, 0.0};
   if (ax < 0.5) {
@@ -388,7 +392,7 @@ dd sinh_dd(dd x) {
   return x.hi < 0.0 ? neg(r) : r;
 }
 
-dd cosh_dd(dd x) {
+dd cosh(dd x) {
   double ax = fabs_(x.hi);
   if (is_nan(x.hi)) return dd{x.hi, 0.0};
   if (!(ax <= kDblMax)) return dd{INFINITY, 0.0};
@@ -403,11 +407,15 @@ dd cosh_dd(dd x) {
   return dd{r.hi * 0.5, r.lo * 0.5};
 }
 
+}  // namespace kafdd
+
+namespace {
+
 dd tanh_dd(dd x) {
   double ax = fabs_(x.hi);
   if (is_nan(x.hi) || ax == 0.0) return dd{x.hi, 0.0};
   if (ax < 0.5) {
-    dd s = sinh_dd(x);
+    dd s = kafdd::sinh(x);
     dd c = kafdd::sqrt(add_d_ns(sqr_ns(s), 1.0));
     return divide(s, c);
   }
@@ -481,10 +489,10 @@ kaf_dd __KAFf90_log10_dd(kaf_dd x) { return log10_dd(x); }
 kaf_dd __KAFf90_log10_dd_arg(const kaf_dd *x) { return log10_dd(*x); }
 kaf_dd __KAFf90_dd_pow_dd(kaf_dd a, kaf_dd b) { return pow_dd(a, b); }
 kaf_dd __KAFf90_dd_pow_i4(kaf_dd a, int64_t n) { return pow_int(a, n); }
-kaf_dd __KAFf90_sinh_dd(kaf_dd x) { return sinh_dd(x); }
-kaf_dd __KAFf90_sinh_dd_arg(const kaf_dd *x) { return sinh_dd(*x); }
-kaf_dd __KAFf90_cosh_dd(kaf_dd x) { return cosh_dd(x); }
-kaf_dd __KAFf90_cosh_dd_arg(const kaf_dd *x) { return cosh_dd(*x); }
+kaf_dd __KAFf90_sinh_dd(kaf_dd x) { return kafdd::sinh(x); }
+kaf_dd __KAFf90_sinh_dd_arg(const kaf_dd *x) { return kafdd::sinh(*x); }
+kaf_dd __KAFf90_cosh_dd(kaf_dd x) { return kafdd::cosh(x); }
+kaf_dd __KAFf90_cosh_dd_arg(const kaf_dd *x) { return kafdd::cosh(*x); }
 kaf_dd __KAFf90_tanh_dd(kaf_dd x) { return tanh_dd(x); }
 kaf_dd __KAFf90_tanh_dd_arg(const kaf_dd *x) { return tanh_dd(*x); }
 kaf_dd __KAFf90_asinh_dd(kaf_dd x) { return asinh_dd(x); }

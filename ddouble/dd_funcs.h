@@ -22,6 +22,16 @@ dd aint(dd x);
 dd floor(dd x);
 dd anint(dd x);
 
+// The complex kind inside the library.
+struct cdd {
+  dd re, im;
+};
+cdd cdivide(cdd a, cdd b);
+cdd cmul(cdd a, cdd b);
+dd hypot(dd x, dd y);
+dd sinh(dd x);
+dd cosh(dd x);
+
 inline constexpr double kDblMax = 0x1.fffffffffffffp1023;
 inline double quiet_nan() {
   volatile double z = 0.0;

@@ -173,7 +173,7 @@ static dd copysign_dd(dd a, double s) {
   return a;
 }
 
-static dd hypot_dd(dd x, dd y) {
+dd hypot(dd x, dd y) {
   if (!is_finite(x.hi) && !is_nan(x.hi)) return dd{INFINITY, 0.0};
   if (!is_finite(y.hi) && !is_nan(y.hi)) return dd{INFINITY, 0.0};
   if (is_nan(x.hi) || is_nan(y.hi)) return dd{x.hi + y.hi, 0.0};
@@ -291,7 +291,7 @@ kaf_dd __KAFf90_dim_dd_arg(const kaf_dd *a, const kaf_dd *b) {
   return sub_acc(*a, *b);
 }
 kaf_dd __KAFf90_abs_dd_arg(const kaf_dd *a) { return sign_bit(a->hi) ? neg(*a) : *a; }
-kaf_dd __KAFf90_hypot_dd(kaf_dd x, kaf_dd y) { return hypot_dd(x, y); }
+kaf_dd __KAFf90_hypot_dd(kaf_dd x, kaf_dd y) { return kafdd::hypot(x, y); }
 kaf_dd __KAFf90_norm2_dd(const kaf_dd *x, int64_t n) { return norm2_dd(x, n); }
 int32_t __KAFf90_exponent_dd(kaf_dd x) { return exponent_dd(x); }
 kaf_dd __KAFf90_fraction_dd(kaf_dd x) { return fraction_dd(x); }

@@ -136,24 +136,6 @@ KAF_API kaf_dd __KAFf90_rrspacing_dd(kaf_dd x);
  * binary64). */
 KAF_API kaf_dd __KAFf90_nearest_dd(kaf_dd x, double s);
 
-/* ---- Special functions --------------------------------------------------- */
-
-KAF_API kaf_dd __KAFf90_erf_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_erfc_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_erfc_scaled_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_gamma_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_log_gamma_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_j0_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_j1_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_jn_dd(int32_t n, kaf_dd x);
-/* BESSEL_JN(N1, N2, X) into result[0 .. n2-n1]. */
-KAF_API void __KAFf90_bessel_jn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_y0_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_y1_dd(kaf_dd x);
-KAF_API kaf_dd __KAFf90_bessel_yn_dd(int32_t n, kaf_dd x);
-/* BESSEL_YN(N1, N2, X) into result[0 .. n2-n1]. */
-KAF_API void __KAFf90_bessel_yn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x);
-
 /* ---- The complex kind ---------------------------------------------------- */
 
 /* a / b with b COMPLEX, COMPLEX(KIND(0d0)) or double-double complex. */
@@ -179,12 +161,6 @@ KAF_API kaf_ddc __KAFf90_tan_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_sinh_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_cosh_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_tanh_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_asin_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_acos_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_atan_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_asinh_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_acosh_ddc(kaf_ddc z);
-KAF_API kaf_ddc __KAFf90_atanh_ddc(kaf_ddc z);
 
 KAF_EXTERN_C_END
 
