@@ -163,6 +163,49 @@ dd log1p(dd y) {
   return log(add_acc(dd{1.0, 0.0}, y));
 }
 
+// exp(b log a) for positive finite a: b log a is formed to about 2^-150
+// of itself except for b * log(1 + r), |r| < 2^-7.5, which carries the
+// usual 2^-106; extra and extra2 are added exactly; EXP then takes
+// all three parts.
+dd exp_of_product(dd b, dd a, dd extra, dd extra2) {
+  acc3 base;
+  dd l1;
+  log_parts(a, base, l1);
+  double b3;
+  dd bb = base.get(b3);
+  dd p1 = ddprod(b.hi, bb.hi);
+  if (!(fabs_(p1.hi) < 1e5)) return kafdd::exp(dd{p1.hi + b.hi * l1.hi + extra.hi, 0.0});
+  dd p2 = ddprod(b.hi, bb.lo);
+  dd p3 = ddprod(b.lo, bb.hi);
+  dd q = mul(b, l1);
+  acc3 y;
+  y.add(p1.hi);
+  y.add(q.hi);
+  y.add(p1.lo);
+  y.add(p2.hi);
+  y.add(p3.hi);
+  y.add(q.lo);
+  y.add(p2.lo);
+  y.add(p3.lo);
+  double t = b.hi * b3;
+  y.add(t);
+  t = b.lo * bb.lo;
+  y.add(t);
+  y.add(extra.hi);
+  y.add(extra.lo);
+  y.add(extra2.hi);
+  y.add(extra2.lo);
+  double y3;
+  dd yy = y.get(y3);
+  if (!(fabs_(yy.hi) < 709.0)) {
+    if (yy.hi > 709.79) return dd{INFINITY, 0.0};
+    if (yy.hi < -745.2) return dd{0.0, 0.0};
+  }
+  int k;
+  dd m = exp_scaled3(yy, y3, k);
+  return scale(m, k);
+}
+
 }  // namespace kafdd
 
 using namespace kafdd;
@@ -282,44 +325,6 @@ bool is_odd_integer(dd x) {
   return !is_integer(h);
 }
 
-// exp(b log a) for positive finite a: b log a is formed to about 2^-150
-// of itself except for b * log(1 + r), |r| < 2^-7.5, which carries the
-// usual 2^-106; EXP then takes all three parts.
-dd exp_of_product(dd b, dd a) {
-  acc3 base;
-  dd l1;
-  log_parts(a, base, l1);
-  double b3;
-  dd bb = base.get(b3);
-  dd p1 = ddprod(b.hi, bb.hi);
-  if (!(fabs_(p1.hi) < 1e5)) return kafdd::exp(dd{p1.hi + b.hi * l1.hi, 0.0});
-  dd p2 = ddprod(b.hi, bb.lo);
-  dd p3 = ddprod(b.lo, bb.hi);
-  dd q = mul(b, l1);
-  acc3 y;
-  y.add(p1.hi);
-  y.add(q.hi);
-  y.add(p1.lo);
-  y.add(p2.hi);
-  y.add(p3.hi);
-  y.add(q.lo);
-  y.add(p2.lo);
-  y.add(p3.lo);
-  double t = b.hi * b3;
-  y.add(t);
-  t = b.lo * bb.lo;
-  y.add(t);
-  double y3;
-  dd yy = y.get(y3);
-  if (!(fabs_(yy.hi) < 709.0)) {
-    if (yy.hi > 709.79) return dd{INFINITY, 0.0};
-    if (yy.hi < -745.2) return dd{0.0, 0.0};
-  }
-  int k;
-  dd m = exp_scaled3(yy, y3, k);
-  return scale(m, k);
-}
-
 // a ** b with C's pow conventions for zeros, infinities, NaN and negative
 // bases (an integral exponent keeps the sign; otherwise NaN).
 dd pow_dd(dd a, dd b) {
@@ -351,7 +356,7 @@ dd pow_dd(dd a, dd b) {
   } else if (fabs_(b.hi) <= 0x1p30 && is_integer(b)) {
     r = pow_int(a, static_cast<std::int64_t>(b.hi) + static_cast<std::int64_t>(b.lo));
   } else {
-    r = exp_of_product(b, a);
+    r = exp_of_product(b, a, dd{0.0, 0.0}, dd{0.0, 0.0});
   }
   return neg_result ? neg(r) : r;
 }

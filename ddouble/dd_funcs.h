@@ -12,6 +12,12 @@ dd exp_scaled(dd x, int &k);
 dd exp_scaled3(dd x, double x3, int &k);
 dd exp(dd x);
 dd log(dd x);
+// exp(b log a + extra + extra2) for positive finite a, the exponent formed
+// to about 2^-150 of itself apart from the part from log(1 + r), |r| <
+// 2^-7.5.
+dd exp_of_product(dd b, dd a, dd extra, dd extra2);
+// sin(pi x), exact reduction of x first.
+dd sinpi(dd x);
 // log(1 + y), accurate for small y.
 dd log1p(dd y);
 // sin and cos of x (both finite results); either pointer may be null.

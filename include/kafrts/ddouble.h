@@ -136,6 +136,13 @@ KAF_API kaf_dd __KAFf90_rrspacing_dd(kaf_dd x);
  * binary64). */
 KAF_API kaf_dd __KAFf90_nearest_dd(kaf_dd x, double s);
 
+/* ---- Special functions --------------------------------------------------- */
+
+/* GAMMA: +-infinity at +-0, NaN at the negative integers. */
+KAF_API kaf_dd __KAFf90_gamma_dd(kaf_dd x);
+/* LOG_GAMMA: log|gamma(x)|, +infinity at the poles. */
+KAF_API kaf_dd __KAFf90_log_gamma_dd(kaf_dd x);
+
 /* ---- The complex kind ---------------------------------------------------- */
 
 /* a / b with b COMPLEX, COMPLEX(KIND(0d0)) or double-double complex. */

@@ -1,6 +1,7 @@
 /* Writes ddouble/dd_tables.h: the constants and tables of the double-double
  * functions, each a correctly rounded value from MPFR.
  * Build and run: cc gen_tables.c -lmpfr -lgmp && ./a.out > ../../ddouble/dd_tables.h */
+#include <gmp.h>
 #include <mpfr.h>
 #include <stdio.h>
 #include <stdint.h>
@@ -168,6 +169,91 @@ int main(void) {
   }
   printf("};\n\n");
 
+
+  printf("// LOG_GAMMA near c = 1, 1.5, 2, 2.5: lgamma(c + e) = lgamma(c) + psi(c) e\n");
+  printf("// + sum_k (-1)^k zeta(k, c) e^k / k. lgamma_c[i], psi_c[i], and\n");
+  printf("// lgamma_coef[i][k] = (-1)^k zeta(k, c) / k for k = 2..57.\n");
+  {
+    const double cs[4] = {1.0, 1.5, 2.0, 2.5};
+    mpfr_t z, t2, c;
+    mpfr_inits2(PREC, z, t2, c, (mpfr_ptr)0);
+    printf("inline constexpr dd2 lgamma_c[4] = {\n");
+    for (int i = 0; i < 4; ++i) {
+      mpfr_set_d(c, cs[i], MPFR_RNDN);
+      mpfr_lngamma(v, c, MPFR_RNDN);
+      printf("    ");
+      put_dd(v, ",\n");
+    }
+    printf("};\ninline constexpr dd2 psi_c[4] = {\n");
+    for (int i = 0; i < 4; ++i) {
+      mpfr_set_d(c, cs[i], MPFR_RNDN);
+      mpfr_digamma(v, c, MPFR_RNDN);
+      printf("    ");
+      put_dd(v, ",\n");
+    }
+    printf("};\ninline constexpr dd2 lgamma_coef[4][58] = {\n");
+    for (int i = 0; i < 4; ++i) {
+      printf("  {{0, 0}, {0, 0},\n");
+      for (int k = 2; k <= 57; ++k) {
+        /* Hurwitz zeta at 1, 2 (shift by 1) and 1/2, 3/2, 5/2. */
+        mpfr_zeta_ui(z, k, MPFR_RNDN);
+        if (cs[i] == 2.0) mpfr_sub_ui(z, z, 1, MPFR_RNDN);
+        if (cs[i] == 1.5 || cs[i] == 2.5) {
+          mpfr_set_ui(t2, 2, MPFR_RNDN);
+          mpfr_pow_ui(t2, t2, k, MPFR_RNDN);           /* 2^k */
+          mpfr_sub_ui(c, t2, 1, MPFR_RNDN);
+          mpfr_mul(z, z, c, MPFR_RNDN);                /* zeta(k, 1/2) */
+          mpfr_sub(z, z, t2, MPFR_RNDN);               /* zeta(k, 3/2) */
+          if (cs[i] == 2.5) {
+            mpfr_set_d(c, 1.5, MPFR_RNDN);
+            mpfr_pow_si(c, c, -k, MPFR_RNDN);
+            mpfr_sub(z, z, c, MPFR_RNDN);              /* zeta(k, 5/2) */
+          }
+        }
+        mpfr_div_ui(z, z, k, MPFR_RNDN);
+        if (k & 1) mpfr_neg(z, z, MPFR_RNDN);
+        printf("   ");
+        put_dd(z, k < 57 ? "," : "},\n");
+        if (k % 2 == 1 || k == 57) printf("\n");
+      }
+    }
+    printf("};\n\n");
+    mpfr_clears(z, t2, c, (mpfr_ptr)0);
+  }
+
+  printf("// Stirling series: B(2k) / (2k (2k - 1)), k = 1..24.\n");
+  printf("inline constexpr dd2 stirling[25] = {\n    {0, 0},\n");
+  {
+    mpq_t B[50], t, binom;
+    for (int m = 0; m < 50; ++m) mpq_init(B[m]);
+    mpq_inits(t, binom, (mpq_ptr)0);
+    mpq_set_ui(B[0], 1, 1);
+    for (int m = 1; m < 50; ++m) {
+      /* B_m = -1/(m+1) sum_{k<m} C(m+1, k) B_k */
+      mpq_set_ui(B[m], 0, 1);
+      mpz_t bz;
+      mpz_init(bz);
+      for (int k = 0; k < m; ++k) {
+        mpz_bin_uiui(bz, m + 1, k);
+        mpq_set_z(binom, bz);
+        mpq_mul(t, binom, B[k]);
+        mpq_add(B[m], B[m], t);
+      }
+      mpq_set_si(t, -1, m + 1);
+      mpq_mul(B[m], B[m], t);
+      mpz_clear(bz);
+    }
+    for (int k = 1; k <= 24; ++k) {
+      mpq_set_si(t, 1, 2 * k * (2 * k - 1));
+      mpq_mul(t, t, B[2 * k]);
+      mpfr_set_q(v, t, MPFR_RNDN);
+      printf("    ");
+      put_dd(v, ",\n");
+    }
+    for (int m = 0; m < 50; ++m) mpq_clear(B[m]);
+    mpq_clears(t, binom, (mpq_ptr)0);
+  }
+  printf("};\n\n");
   printf("// Bits of 2/pi, most significant first: word k holds bits 64k+1..64k+64\n");
   printf("// after the binary point.\ninline constexpr std::uint64_t twoopi_bits[24] = {\n");
   mpfr_set_prec(w, 64 * 26);
