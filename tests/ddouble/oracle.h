@@ -114,6 +114,7 @@ struct Gen {
     return coin() ? -m : m;
   }
   kaf_dd with_lo(double hi) {
+    if (!(std::fabs(hi) >= 0x1p-969)) return kaf_dd{hi, 0.0};  // no room for a low part
     double ulp = std::ldexp(1.0, std::ilogb(hi) - 52);
     double lo = uniform(-0.5, 0.5) * ulp;
     double s = hi + lo;
