@@ -8,6 +8,7 @@
 #include "kafrts/common.h"
 #include "kafrts/runtime.h"
 #include "kafrts/engine.h"
+#include "kafrts/memory.h"
 #include "kafrts/ddouble.h"
 
 #endif
