@@ -138,6 +138,10 @@ KAF_API kaf_dd __KAFf90_nearest_dd(kaf_dd x, double s);
 
 /* ---- Special functions --------------------------------------------------- */
 
+KAF_API kaf_dd __KAFf90_erf_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_erfc_dd(kaf_dd x);
+/* ERFC_SCALED(X) = exp(X**2) * ERFC(X). */
+KAF_API kaf_dd __KAFf90_erfc_scaled_dd(kaf_dd x);
 /* GAMMA: +-infinity at +-0, NaN at the negative integers. */
 KAF_API kaf_dd __KAFf90_gamma_dd(kaf_dd x);
 /* LOG_GAMMA: log|gamma(x)|, +infinity at the poles. */

@@ -461,3 +461,58 @@ TEST(DdFunc, GammaPolesAndSpecials) {
   EXPECT_LT(__KAFf90_gamma_dd({-0.5, 0}).hi, 0.0);
   EXPECT_GT(__KAFf90_gamma_dd({-1.5, 0}).hi, 0.0);
 }
+
+// ---- ERF, ERFC, ERFC_SCALED ---------------------------------------------------
+
+namespace {
+
+int mp_erfc_scaled(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+  Big e(640), s(640);
+  mpfr_erfc(e, x, rnd);
+  mpfr_sqr(s, x, rnd);
+  mpfr_exp(s, s, rnd);
+  return mpfr_mul(r, e, s, rnd);
+}
+
+}  // namespace
+
+TEST(DdFunc, ErfAccuracy) {
+  check("erf", __KAFf90_erf_dd, mpfr_erf, 10.0,
+        {range(-1, 1), range(-6, 6), logrange(-300, 0), range(0.9, 1.1)}, kTenK / 4);
+}
+
+TEST(DdFunc, ErfcAccuracy) {
+  // Up to 25.5: erfc(25.5) is about 2^-945, still with a full low part.
+  check("erfc", __KAFf90_erfc_dd, mpfr_erfc, 8.0,
+        {range(-3, 0.5), range(0.5, 3), range(3, 25.5), range(0.45, 0.55)}, kTenK / 4);
+}
+
+TEST(DdFunc, ErfcScaledAccuracy) {
+  // The reference forms exp(x^2) and erfc(x) for x up to 2^25.
+  mpfr_set_emax(mpfr_get_emax_max());
+  mpfr_set_emin(mpfr_get_emin_min());
+  check("erfc_scaled", __KAFf90_erfc_scaled_dd, mp_erfc_scaled, 8.0,
+        {range(-5, 0.5), range(0.5, 30), logrange(5, 25, false)}, kTenK / 4);
+}
+
+TEST(DdFunc, ErfSpecials) {
+  EXPECT_TRUE(same(__KAFf90_erf_dd({-0.0, 0}), {-0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erf_dd({kInf, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erf_dd({-kInf, 0}), {-1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erf_dd({-40.0, 0}), {-1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erfc_dd({0.0, 0}), {1.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erfc_dd({kInf, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erfc_dd({-kInf, 0}), {2.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erfc_dd({30.0, 0}), {0.0, 0}));
+  EXPECT_GT(__KAFf90_erfc_dd({26.6, 0}).hi, 0.0);  // subnormal, not zero
+  EXPECT_TRUE(same(__KAFf90_erfc_scaled_dd({kInf, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_erfc_scaled_dd({-30.0, 0}), {kInf, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_erfc_dd({NAN, 0}).hi));
+  // ERFC_SCALED of a huge argument: 1/(x sqrt(pi)), no overflow inside.
+  Big m(320);
+  mpfr_const_pi(m, MPFR_RNDN);
+  mpfr_sqrt(m, m, MPFR_RNDN);
+  mpfr_mul_d(m, m, 0x1p600, MPFR_RNDN);
+  mpfr_ui_div(m, 1, m, MPFR_RNDN);
+  EXPECT_LE(err_units(__KAFf90_erfc_scaled_dd({0x1p600, 0}), m), 4.0);
+}
