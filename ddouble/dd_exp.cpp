@@ -412,6 +412,23 @@ dd cosh(dd x) {
   return dd{r.hi * 0.5, r.lo * 0.5};
 }
 
+dd asinh(dd x) {
+  double ax = fabs_(x.hi);
+  if (!(ax <= kDblMax)) return dd{x.hi, 0.0};
+  if (x.hi == 0.0) return x;
+  dd ay = x.hi < 0.0 ? neg(x) : x;
+  dd r;
+  if (ax > 0x1p500) {
+    r = add_ns(kafdd::log(ay), dd{tab::ln2.hi, tab::ln2.lo});
+  } else {
+    // log1p(|x| + x^2 / (1 + sqrt(1 + x^2)))
+    dd x2 = sqr(ay);
+    dd t = add_d_ns(kafdd::sqrt(add_d_ns(x2, 1.0)), 1.0);
+    r = kafdd::log1p(add_ns(ay, divide(x2, t)));
+  }
+  return x.hi < 0.0 ? neg(r) : r;
+}
+
 }  // namespace kafdd
 
 namespace {
@@ -435,23 +452,6 @@ dd tanh_dd(dd x) {
     // 1 - 2/(e^2x + 1)
     dd d = divide(dd{2.0, 0.0}, add_d_ns(e2, 1.0));
     r = sub_acc(dd{1.0, 0.0}, d);
-  }
-  return x.hi < 0.0 ? neg(r) : r;
-}
-
-dd asinh_dd(dd x) {
-  double ax = fabs_(x.hi);
-  if (!(ax <= kDblMax)) return dd{x.hi, 0.0};
-  if (x.hi == 0.0) return x;
-  dd ay = x.hi < 0.0 ? neg(x) : x;
-  dd r;
-  if (ax > 0x1p500) {
-    r = add_ns(kafdd::log(ay), dd{tab::ln2.hi, tab::ln2.lo});
-  } else {
-    // log1p(|x| + x^2 / (1 + sqrt(1 + x^2)))
-    dd x2 = sqr(ay);
-    dd t = add_d_ns(kafdd::sqrt(add_d_ns(x2, 1.0)), 1.0);
-    r = kafdd::log1p(add_ns(ay, divide(x2, t)));
   }
   return x.hi < 0.0 ? neg(r) : r;
 }
@@ -500,7 +500,7 @@ kaf_dd __KAFf90_cosh_dd(kaf_dd x) { return kafdd::cosh(x); }
 kaf_dd __KAFf90_cosh_dd_arg(const kaf_dd *x) { return kafdd::cosh(*x); }
 kaf_dd __KAFf90_tanh_dd(kaf_dd x) { return tanh_dd(x); }
 kaf_dd __KAFf90_tanh_dd_arg(const kaf_dd *x) { return tanh_dd(*x); }
-kaf_dd __KAFf90_asinh_dd(kaf_dd x) { return asinh_dd(x); }
+kaf_dd __KAFf90_asinh_dd(kaf_dd x) { return kafdd::asinh(x); }
 kaf_dd __KAFf90_acosh_dd(kaf_dd x) { return acosh_dd(x); }
 kaf_dd __KAFf90_atanh_dd(kaf_dd x) { return atanh_dd(x); }
 

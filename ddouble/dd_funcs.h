@@ -37,6 +37,7 @@ cdd cmul(cdd a, cdd b);
 dd hypot(dd x, dd y);
 dd sinh(dd x);
 dd cosh(dd x);
+dd asinh(dd x);
 
 inline constexpr double kDblMax = 0x1.fffffffffffffp1023;
 inline double quiet_nan() {

@@ -1,6 +1,6 @@
 // Elemental functions of the complex double-double kind: ABS, SQRT, EXP,
-// LOG, SIN, COS, TAN, SINH, COSH, TANH and the complex power, built on the
-// real kind's functions.
+// LOG, SIN, COS, TAN, SINH, COSH, TANH, their inverses and the complex
+// power, built on the real kind's functions.
 #include <cmath>
 
 #include "ddouble/dd_funcs.h"
@@ -162,6 +162,83 @@ cdd cpow(cdd a, cdd b) {
   return cexp(cmul(b, clog(a)));
 }
 
+// log(1 + w) for small w: the real part from log1p of 2 Re w + |w|^2.
+cdd clog1p(cdd w) {
+  dd t = add(twice(w.re), add(sqr(w.re), sqr(w.im)));
+  if (fabs_(t.hi) > 0.5) return clog(cdd{add_acc(dd{1.0, 0.0}, w.re), w.im});
+  return cdd{half(log1p(t)), atan2(w.im, add_acc(dd{1.0, 0.0}, w.re))};
+}
+
+// Kahan's forms (branch cuts on the real axis beyond +-1):
+// asin z = atan2(Re z, Re(sqrt(1-z) sqrt(1+z))) + i asinh(Im(conj(sqrt(1-z)) sqrt(1+z))).
+cdd casin(cdd z) {
+  if (!finite(z)) {
+    double n = quiet_nan();
+    return cdd{dd{n, 0.0}, dd{n, 0.0}};
+  }
+  cdd a = csqrt(cdd{add_acc(dd{1.0, 0.0}, neg(z.re)), neg(z.im)});
+  cdd b = csqrt(cdd{add_acc(dd{1.0, 0.0}, z.re), z.im});
+  dd re = atan2(z.re, sub(mul(a.re, b.re), mul(a.im, b.im)));
+  dd im = asinh(sub(mul(a.re, b.im), mul(a.im, b.re)));
+  return cdd{re, im};
+}
+
+// acos z = 2 atan2(Re sqrt(1-z), Re sqrt(1+z)) + i asinh(Im(conj(sqrt(1+z)) sqrt(1-z))).
+cdd cacos(cdd z) {
+  if (!finite(z)) {
+    double n = quiet_nan();
+    return cdd{dd{n, 0.0}, dd{n, 0.0}};
+  }
+  cdd a = csqrt(cdd{add_acc(dd{1.0, 0.0}, neg(z.re)), neg(z.im)});
+  cdd b = csqrt(cdd{add_acc(dd{1.0, 0.0}, z.re), z.im});
+  dd re = twice(atan2(a.re, b.re));
+  dd im = asinh(sub(mul(b.re, a.im), mul(b.im, a.re)));
+  return cdd{re, im};
+}
+
+// asinh z = -i asin(iz).
+cdd casinh(cdd z) {
+  cdd a = casin(cdd{neg(z.im), z.re});
+  return cdd{a.im, neg(a.re)};
+}
+
+// acosh z = asinh(Re(conj(sqrt(z-1)) sqrt(z+1))) + 2i atan2(Im sqrt(z-1), Re sqrt(z+1)).
+cdd cacosh(cdd z) {
+  if (!finite(z)) {
+    double n = quiet_nan();
+    return cdd{dd{n, 0.0}, dd{n, 0.0}};
+  }
+  cdd a = csqrt(cdd{add_acc(z.re, dd{-1.0, 0.0}), z.im});
+  cdd b = csqrt(cdd{add_acc(z.re, dd{1.0, 0.0}), z.im});
+  dd re = asinh(add(mul(a.re, b.re), mul(a.im, b.im)));
+  dd im = twice(atan2(a.im, b.re));
+  return cdd{re, im};
+}
+
+// atanh z = log1p(2z / (1 - z)) / 2 for |z| <= 1/2 (small results keep
+// their relative accuracy), else (log(1 + z) - log(1 - z)) / 2 (both
+// factors exact, so z near +-1 loses nothing).
+cdd catanh(cdd z) {
+  if (!finite(z)) {
+    double n = quiet_nan();
+    return cdd{dd{n, 0.0}, dd{n, 0.0}};
+  }
+  if (fabs_(z.re.hi) + fabs_(z.im.hi) > 0.5) {
+    cdd lp = clog(cdd{add_acc(dd{1.0, 0.0}, z.re), z.im});
+    cdd lm = clog(cdd{add_acc(dd{1.0, 0.0}, neg(z.re)), neg(z.im)});
+    return cdd{half(sub(lp.re, lm.re)), half(sub(lp.im, lm.im))};
+  }
+  cdd q = cdivide(cdd{twice(z.re), twice(z.im)}, cdd{add_acc(dd{1.0, 0.0}, neg(z.re)), neg(z.im)});
+  cdd l = clog1p(q);
+  return cdd{half(l.re), half(l.im)};
+}
+
+// atan z = -i atanh(iz).
+cdd catan(cdd z) {
+  cdd a = catanh(cdd{neg(z.im), z.re});
+  return cdd{a.im, neg(a.re)};
+}
+
 }  // namespace
 
 }  // namespace kafdd
@@ -186,6 +263,12 @@ kaf_ddc __KAFf90_tan_ddc(kaf_ddc z) { return to(ctan(from(z))); }
 kaf_ddc __KAFf90_sinh_ddc(kaf_ddc z) { return to(csinh(from(z))); }
 kaf_ddc __KAFf90_cosh_ddc(kaf_ddc z) { return to(ccosh(from(z))); }
 kaf_ddc __KAFf90_tanh_ddc(kaf_ddc z) { return to(ctanh(from(z))); }
+kaf_ddc __KAFf90_asin_ddc(kaf_ddc z) { return to(casin(from(z))); }
+kaf_ddc __KAFf90_acos_ddc(kaf_ddc z) { return to(cacos(from(z))); }
+kaf_ddc __KAFf90_atan_ddc(kaf_ddc z) { return to(catan(from(z))); }
+kaf_ddc __KAFf90_asinh_ddc(kaf_ddc z) { return to(casinh(from(z))); }
+kaf_ddc __KAFf90_acosh_ddc(kaf_ddc z) { return to(cacosh(from(z))); }
+kaf_ddc __KAFf90_atanh_ddc(kaf_ddc z) { return to(catanh(from(z))); }
 kaf_ddc __KAFf90_ddc_pow_ddc(kaf_ddc a, kaf_ddc b) { return to(cpow(from(a), from(b))); }
 
 }  // extern "C"

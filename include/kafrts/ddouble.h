@@ -172,6 +172,15 @@ KAF_API kaf_ddc __KAFf90_tan_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_sinh_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_cosh_ddc(kaf_ddc z);
 KAF_API kaf_ddc __KAFf90_tanh_ddc(kaf_ddc z);
+/* Inverses, principal values; branch cuts on the real axis beyond +-1
+ * (ASIN, ACOS, ATANH) or on the imaginary axis beyond +-i (ATAN, ASINH), and
+ * below 1 for ACOSH. */
+KAF_API kaf_ddc __KAFf90_asin_ddc(kaf_ddc z);
+KAF_API kaf_ddc __KAFf90_acos_ddc(kaf_ddc z);
+KAF_API kaf_ddc __KAFf90_atan_ddc(kaf_ddc z);
+KAF_API kaf_ddc __KAFf90_asinh_ddc(kaf_ddc z);
+KAF_API kaf_ddc __KAFf90_acosh_ddc(kaf_ddc z);
+KAF_API kaf_ddc __KAFf90_atanh_ddc(kaf_ddc z);
 
 KAF_EXTERN_C_END
 

@@ -358,3 +358,122 @@ TEST(DdComplex, AbsAndPower) {
   kaf_ddc e = __KAFf90_exp_ddc(kaf_ddc{{-kInf, 0}, {1.0, 0}});
   EXPECT_TRUE(same(e.re, {0.0, 0}) && same(e.im, {0.0, 0}));
 }
+
+// ---- Inverse functions ----------------------------------------------------------
+
+namespace {
+
+void c_set(MpC &r, MpC &a) {
+  mpfr_set(r.re, a.re, MPFR_RNDN);
+  mpfr_set(r.im, a.im, MPFR_RNDN);
+}
+void c_add_ui(MpC &r, MpC &a, long k) {  // a + k
+  mpfr_add_si(r.re, a.re, k, MPFR_RNDN);
+  mpfr_set(r.im, a.im, MPFR_RNDN);
+}
+void c_times_i(MpC &r, MpC &a) {  // i a
+  MpC t;
+  mpfr_neg(t.re, a.im, MPFR_RNDN);
+  mpfr_set(t.im, a.re, MPFR_RNDN);
+  c_set(r, t);
+}
+void c_times_minus_i(MpC &r, MpC &a) {  // -i a
+  MpC t;
+  mpfr_set(t.re, a.im, MPFR_RNDN);
+  mpfr_neg(t.im, a.re, MPFR_RNDN);
+  c_set(r, t);
+}
+void ref_asinh(MpC &r, MpC &z) {  // log(z + sqrt(z^2 + 1))
+  MpC t, s, u;
+  mp_mul(t, z, z);
+  c_add_ui(t, t, 1);
+  ref_sqrt(s, t);
+  mpfr_add(u.re, z.re, s.re, MPFR_RNDN);
+  mpfr_add(u.im, z.im, s.im, MPFR_RNDN);
+  ref_log(r, u);
+}
+void ref_asin(MpC &r, MpC &z) {  // -i asinh(iz)
+  MpC t, a;
+  c_times_i(t, z);
+  ref_asinh(a, t);
+  c_times_minus_i(r, a);
+}
+void ref_acos(MpC &r, MpC &z) {  // pi/2 - asin z
+  MpC a;
+  ref_asin(a, z);
+  Big h(320);
+  mpfr_const_pi(h, MPFR_RNDN);
+  mpfr_div_2ui(h, h, 1, MPFR_RNDN);
+  mpfr_sub(r.re, h, a.re, MPFR_RNDN);
+  mpfr_neg(r.im, a.im, MPFR_RNDN);
+}
+void ref_atanh(MpC &r, MpC &z) {  // (log(1+z) - log(1-z))/2
+  MpC p, m, lp, lm;
+  c_add_ui(p, z, 1);
+  mpfr_ui_sub(m.re, 1, z.re, MPFR_RNDN);
+  mpfr_neg(m.im, z.im, MPFR_RNDN);
+  ref_log(lp, p);
+  ref_log(lm, m);
+  mpfr_sub(r.re, lp.re, lm.re, MPFR_RNDN);
+  mpfr_sub(r.im, lp.im, lm.im, MPFR_RNDN);
+  mpfr_div_2ui(r.re, r.re, 1, MPFR_RNDN);
+  mpfr_div_2ui(r.im, r.im, 1, MPFR_RNDN);
+}
+void ref_atan(MpC &r, MpC &z) {  // -i atanh(iz)
+  MpC t, a;
+  c_times_i(t, z);
+  ref_atanh(a, t);
+  c_times_minus_i(r, a);
+}
+void ref_acosh(MpC &r, MpC &z) {  // log(z + sqrt(z+1) sqrt(z-1))
+  MpC p, m, sp, sm, q, u;
+  c_add_ui(p, z, 1);
+  c_add_ui(m, z, -1);
+  ref_sqrt(sp, p);
+  ref_sqrt(sm, m);
+  mp_mul(q, sp, sm);
+  mpfr_add(u.re, z.re, q.re, MPFR_RNDN);
+  mpfr_add(u.im, z.im, q.im, MPFR_RNDN);
+  ref_log(r, u);
+}
+
+}  // namespace
+
+TEST(DdComplex, InverseFunctions) {
+  struct Case {
+    const char *name;
+    CFn f;
+    MpRef ref;
+  };
+  const Case cases[] = {
+      {"asin", __KAFf90_asin_ddc, ref_asin},    {"acos", __KAFf90_acos_ddc, ref_acos},
+      {"atan", __KAFf90_atan_ddc, ref_atan},    {"asinh", __KAFf90_asinh_ddc, ref_asinh},
+      {"acosh", __KAFf90_acosh_ddc, ref_acosh}, {"atanh", __KAFf90_atanh_ddc, ref_atanh},
+  };
+  // Away from the branch cuts' axes; a box, and small arguments (where the
+  // results are small and relative accuracy shows).
+  auto box = [](Gen &g) { return kaf_ddc{g.range(-3, 3), g.range(-3, 3)}; };
+  auto small = [](Gen &g) { return cgen(g, -40, -2); };
+  double worst = 0;
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    for (int fam = 0; fam < 2; ++fam) {
+      std::string where;
+      double e = run_cfun(cases[i].f, cases[i].ref, fam ? std::function<kaf_ddc(Gen &)>(small) : box,
+                          600 + 2 * i + fam, &where);
+      EXPECT_LE(e, 10.0) << cases[i].name << " family " << fam << ": " << where;
+      worst = std::max(worst, e);
+    }
+  }
+  RecordProperty("worst_units", std::to_string(worst));
+  // On the real segment (-1, 1) ASIN and ATANH are real.
+  kaf_ddc h{{0.5, 0}, {0.0, 0}};
+  Big m(320);
+  mpfr_set_d(m, 0.5, MPFR_RNDN);
+  mpfr_asin(m, m, MPFR_RNDN);
+  EXPECT_LE(err_units(__KAFf90_asin_ddc(h).re, m), 4.0);
+  EXPECT_EQ(__KAFf90_asin_ddc(h).im.hi, 0.0);
+  mpfr_set_d(m, 0.5, MPFR_RNDN);
+  mpfr_atanh(m, m, MPFR_RNDN);
+  EXPECT_LE(err_units(__KAFf90_atanh_ddc(h).re, m), 4.0);
+  EXPECT_EQ(__KAFf90_atanh_ddc(h).im.hi, 0.0);
+}
