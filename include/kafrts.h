@@ -9,6 +9,9 @@
 #include "kafrts/runtime.h"
 #include "kafrts/engine.h"
 #include "kafrts/memory.h"
+#include "kafrts/io.h"
+#include "kafrts/format.h"
+#include "kafrts/freal.h"
 #include "kafrts/ddouble.h"
 
 #endif
