@@ -142,6 +142,11 @@ KAF_API kaf_dd __KAFf90_erf_dd(kaf_dd x);
 KAF_API kaf_dd __KAFf90_erfc_dd(kaf_dd x);
 /* ERFC_SCALED(X) = exp(X**2) * ERFC(X). */
 KAF_API kaf_dd __KAFf90_erfc_scaled_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_bessel_j0_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_bessel_j1_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_bessel_jn_dd(int32_t n, kaf_dd x);
+/* BESSEL_JN(N1, N2, X) into result[0 .. n2-n1] (nothing when n2 < n1). */
+KAF_API void __KAFf90_bessel_jn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x);
 /* GAMMA: +-infinity at +-0, NaN at the negative integers. */
 KAF_API kaf_dd __KAFf90_gamma_dd(kaf_dd x);
 /* LOG_GAMMA: log|gamma(x)|, +infinity at the poles. */
