@@ -118,8 +118,27 @@ dd hankel(int nu, dd x) {
   return mul(f, v);
 }
 
+// x < 2^-30: J_k(x) = (x/2)^k / k! (1 - (x/2)^2 / (k+1)), the next term
+// below 2^-120 (the recurrence's 2/x would overflow for the tiniest x).
+void tiny_series(dd x, int lo, int hi, dd *out) {
+  dd h{x.hi * 0.5, x.lo * 0.5};
+  dd h2 = sqr(h);
+  dd t{1.0, 0.0};
+  for (int k = 0; k <= hi; ++k) {
+    if (k > 0 && t.hi != 0.0) t = divide(mul(t, h), dd{static_cast<double>(k), 0.0});
+    if (k >= lo) {
+      dd c = sub(dd{1.0, 0.0}, divide(h2, dd{k + 1.0, 0.0}));
+      out[k - lo] = t.hi == 0.0 ? t : mul(t, c);
+    }
+  }
+}
+
 // J_k(x) for k = lo..hi, x > 0, 0 <= lo <= hi.
 void bessel_j_range(dd x, int lo, int hi, dd *out) {
+  if (x.hi < 0x1p-30) {
+    tiny_series(x, lo, hi, out);
+    return;
+  }
   if (x.hi < 40.0 || lo >= x.hi) {
     miller(x, lo, hi, out);
     return;
