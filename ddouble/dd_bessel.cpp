@@ -1,4 +1,4 @@
-// BESSEL_J0, BESSEL_J1, BESSEL_JN and BESSEL_JN(N1, N2, X) of the
+// BESSEL_J0, J1, JN, Y0, Y1, YN and the (N1, N2, X) forms of the
 // double-double kind.
 //   x < 40, or n >= x: Miller's backward recurrence from an order well past
 //                      n and x, normalised by J0 + 2 (J2 + J4 + ...) = 1;
@@ -6,8 +6,11 @@
 //                      is about e^(-2x), below 2^-110), then the forward
 //                      recurrence, which is stable while the order is
 //                      below x.
-// Near a zero of J the error is absolute (a few 2^-106 of the size of the
-// oscillation), not relative.
+// Y0 and Y1 below x = 40 come from the same normalised Miller sequence
+// through Neumann's series, Y0 = (2/pi)(log(x/2) + gamma) J0 - (4/pi) sum
+// (-1)^k J2k / k, and its derivative for Y1 = -Y0'; higher orders by the
+// forward recurrence (stable for Y). Near a zero the error is absolute (a
+// few 2^-106 of the size of the oscillation), not relative.
 #include <cmath>
 
 #include "ddouble/dd_funcs.h"
@@ -81,8 +84,8 @@ void miller(dd x, int lo, int hi, dd *out) {
   for (int i = lo; i <= hi; ++i) out[i - lo] = divide(out[i - lo], norm);
 }
 
-// Hankel's expansion of J_nu(x), nu = 0 or 1, x >= 40.
-dd hankel(int nu, dd x) {
+// Hankel's expansion of J_nu(x) and Y_nu(x), nu = 0 or 1, x >= 40.
+dd hankel(int nu, dd x, dd *y = nullptr) {
   double mu = 4.0 * nu * nu;
   dd inv8x = reciprocal(dd{x.hi * 8.0, x.lo * 8.0});
   // a_k / x^k = prod_{j=1..k} (mu - (2j-1)^2) / (8 j x)
@@ -115,6 +118,7 @@ dd hankel(int nu, dd x) {
   dd v = sub(mul(p, cos_chi), mul(q, sin_chi));
   // sqrt(2/(pi x)) / sqrt2 = 1/sqrt(pi x)
   dd f = reciprocal(sqrt(mul(T(tab::pi), x)));
+  if (y) *y = mul(f, add(mul(p, sin_chi), mul(q, cos_chi)));
   return mul(f, v);
 }
 
@@ -177,6 +181,83 @@ dd bessel_jn(int n, dd x) {
   return negate ? neg(r) : r;
 }
 
+// Y0(x), Y1(x) for x > 0.
+void bessel_y01(dd x, dd &y0, dd &y1) {
+  dd tpi = T(tab::twoopi);
+  if (x.hi >= 40.0) {
+    hankel(0, x, &y0);
+    hankel(1, x, &y1);
+    return;
+  }
+  dd lg = add(log(dd{x.hi * 0.5, x.lo * 0.5}), T(tab::euler_gamma));  // log(x/2) + gamma
+  if (x.hi < 0x1p-30) {
+    // (2/pi)[(log(x/2) + gamma)(1 - x^2/4) + x^2/4]; -2/(pi x) + (x/pi)(log(x/2) + gamma - 1/2)
+    dd q = sqr(dd{x.hi * 0.5, x.lo * 0.5});
+    y0 = mul(tpi, add(mul(lg, sub(dd{1.0, 0.0}, q)), q));
+    dd a = neg(divide(tpi, x));
+    dd b = mul(dd{x.hi * 0.5, x.lo * 0.5}, mul(tpi, sub(lg, dd{0.5, 0.0})));
+    y1 = add(a, b);
+    return;
+  }
+  constexpr int kMax = 256;
+  dd j[kMax];
+  int m = static_cast<int>(x.hi) + 64;
+  if (m >= kMax - 2) m = kMax - 2;
+  miller(x, 0, m, j);
+  // s0 = sum (-1)^k J2k / k, s1 = sum (-1)^k (J2k-1 - J2k+1) / k
+  dd s0{0.0, 0.0}, s1{0.0, 0.0};
+  for (int k = m / 2; k >= 1; --k) {
+    dd kk{static_cast<double>(k), 0.0};
+    dd t0 = divide(j[2 * k], kk);
+    dd t1 = divide(sub(j[2 * k - 1], 2 * k + 1 <= m ? j[2 * k + 1] : dd{0.0, 0.0}), kk);
+    if (k & 1) {
+      s0 = sub(s0, t0);
+      s1 = sub(s1, t1);
+    } else {
+      s0 = add(s0, t0);
+      s1 = add(s1, t1);
+    }
+  }
+  y0 = mul(tpi, sub(mul(lg, j[0]), dd{s0.hi * 2.0, s0.lo * 2.0}));
+  dd inner = sub(divide(j[0], x), mul(lg, j[1]));
+  y1 = mul(tpi, sub(s1, inner));
+}
+
+// Y_k(x) for k = lo..hi, x > 0, 0 <= lo <= hi, by the forward recurrence.
+void bessel_y_range(dd x, int lo, int hi, dd *out) {
+  dd ym, yk;
+  bessel_y01(x, ym, yk);
+  if (lo == 0) out[0] = ym;
+  if (lo <= 1 && hi >= 1) out[1 - lo] = yk;
+  coef two_over_x = two_over(x);
+  for (int k = 1; k < hi; ++k) {
+    dd yn = sub(step_product(two_over_x, k, yk), ym);
+    ym = yk;
+    yk = yn;
+    if (k + 1 >= lo) out[k + 1 - lo] = yk;
+    if (!is_finite(yk.hi)) {  // -infinity from here on
+      for (int i = k + 2; i <= hi; ++i)
+        if (i >= lo) out[i - lo] = dd{-INFINITY, 0.0};
+      break;
+    }
+  }
+}
+
+dd bessel_yn(int n, dd x) {
+  if (is_nan(x.hi)) return dd{x.hi, 0.0};
+  bool negate = false;
+  if (n < 0) {
+    n = -n;
+    negate = (n & 1) != 0;
+  }
+  if (x.hi < 0.0) return dd{quiet_nan(), 0.0};
+  if (x.hi == 0.0) return dd{negate ? INFINITY : -INFINITY, 0.0};
+  if (!is_finite(x.hi)) return dd{0.0, 0.0};
+  dd r;
+  bessel_y_range(x, n, n, &r);
+  return negate ? neg(r) : r;
+}
+
 }  // namespace
 
 }  // namespace kafdd
@@ -195,6 +276,18 @@ void __KAFf90_bessel_jn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x) 
     return;
   }
   for (int32_t n = n1; n <= n2; ++n) result[n - n1] = bessel_jn(n, x);
+}
+
+kaf_dd __KAFf90_bessel_y0_dd(kaf_dd x) { return bessel_yn(0, x); }
+kaf_dd __KAFf90_bessel_y1_dd(kaf_dd x) { return bessel_yn(1, x); }
+kaf_dd __KAFf90_bessel_yn_dd(int32_t n, kaf_dd x) { return bessel_yn(n, x); }
+void __KAFf90_bessel_yn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x) {
+  if (n2 < n1) return;
+  if (n1 >= 0 && is_finite(x.hi) && x.hi > 0.0) {
+    bessel_y_range(x, n1, n2, result);
+    return;
+  }
+  for (int32_t n = n1; n <= n2; ++n) result[n - n1] = bessel_yn(n, x);
 }
 
 }  // extern "C"

@@ -24,6 +24,7 @@ inline constexpr dd3 ln2_3 = {0x1.62e42fefa39efp-1, 0x1.abc9e3b39803fp-56, 0x1.7
 inline constexpr double ln2o64[3] = {0x1.62e42fefap-7, 0x1.cf79abc9ep-46, 0x1.d9cc01f97b57ap-85};
 inline constexpr dd2 inv_ln10 = {0x1.bcb7b1526e50ep-2, 0x1.95355baaafad3p-57};
 inline constexpr dd2 two_over_sqrtpi = {0x1.20dd750429b6dp+0, 0x1.1ae3a914fed8p-56};
+inline constexpr dd2 euler_gamma = {0x1.2788cfc6fb619p-1, -0x1.6cb90701fbfabp-58};
 inline constexpr dd2 half_log_2pi = {0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};
 
 // 2^(j/64), j = 0..63.

@@ -147,6 +147,12 @@ KAF_API kaf_dd __KAFf90_bessel_j1_dd(kaf_dd x);
 KAF_API kaf_dd __KAFf90_bessel_jn_dd(int32_t n, kaf_dd x);
 /* BESSEL_JN(N1, N2, X) into result[0 .. n2-n1] (nothing when n2 < n1). */
 KAF_API void __KAFf90_bessel_jn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x);
+/* BESSEL_Y*: -infinity at 0, NaN for negative x. */
+KAF_API kaf_dd __KAFf90_bessel_y0_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_bessel_y1_dd(kaf_dd x);
+KAF_API kaf_dd __KAFf90_bessel_yn_dd(int32_t n, kaf_dd x);
+/* BESSEL_YN(N1, N2, X) into result[0 .. n2-n1] (nothing when n2 < n1). */
+KAF_API void __KAFf90_bessel_yn1n2_dd(kaf_dd *result, int32_t n1, int32_t n2, kaf_dd x);
 /* GAMMA: +-infinity at +-0, NaN at the negative integers. */
 KAF_API kaf_dd __KAFf90_gamma_dd(kaf_dd x);
 /* LOG_GAMMA: log|gamma(x)|, +infinity at the poles. */

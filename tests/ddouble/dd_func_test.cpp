@@ -583,3 +583,52 @@ TEST(DdFunc, BesselJRangeMatchesSingleOrders) {
   kaf_dd c = __KAFf90_bessel_jn_dd(3, {-2.5, 0});
   EXPECT_TRUE(same(a, {-c.hi, -c.lo}));
 }
+
+namespace {
+
+// As bessel_err, for Y_n (relative where x <= n: no zeros there).
+double bessel_y_err(kaf_dd got, long n, kaf_dd x) {
+  Big mx, mr(320);
+  set_dd(mx, x);
+  mpfr_yn(mr, n, mx, MPFR_RNDN);
+  double ref = std::fabs(mpfr_get_d(mr, MPFR_RNDN));
+  if (!std::isfinite(ref)) return std::isinf(got.hi) ? 0.0 : INFINITY;
+  double ax = std::fabs(x.hi);
+  double env = ax > std::labs(n) ? std::sqrt(2.0 / (M_PI * ax)) : 0.0;
+  double scale = std::max(ref, std::min(1.0, env));
+  return err_units_abs(got, mr, scale);
+}
+
+}  // namespace
+
+TEST(DdFunc, BesselYAccuracy) {
+  Gen g(93);
+  Worst w0, w1, wn;
+  for (long i = 0; i < kTenK / 10; ++i) {
+    kaf_dd x = (i % 3 == 0) ? g.range(0.01, 40) : (i % 3 == 1 ? g.range(40, 300) : g.dd_pos(-900, 0));
+    w0.note(bessel_y_err(__KAFf90_bessel_y0_dd(x), 0, x), show(x));
+    w1.note(bessel_y_err(__KAFf90_bessel_y1_dd(x), 1, x), show(x));
+    int n = std::uniform_int_distribution<int>(-30, 60)(g.rng);
+    if (x.hi > 1e-3) wn.note(bessel_y_err(__KAFf90_bessel_yn_dd(n, x), n, x), show(x) + " n=" + std::to_string(n));
+  }
+  EXPECT_LE(w0.err, 32.0) << w0.where;
+  EXPECT_LE(w1.err, 32.0) << w1.where;
+  EXPECT_LE(wn.err, 40.0) << wn.where;
+  RecordProperty("worst_units", std::to_string(std::max({w0.err, w1.err, wn.err})));
+  RecordProperty("worst_y0", std::to_string(w0.err));
+  RecordProperty("worst_y1", std::to_string(w1.err));
+}
+
+TEST(DdFunc, BesselYSpecialsAndRange) {
+  EXPECT_TRUE(same(__KAFf90_bessel_y0_dd({0.0, 0}), {-kInf, 0}));
+  EXPECT_TRUE(std::isnan(__KAFf90_bessel_y1_dd({-1.0, 0}).hi));
+  EXPECT_TRUE(same(__KAFf90_bessel_yn_dd(5, {kInf, 0}), {0.0, 0}));
+  EXPECT_TRUE(same(__KAFf90_bessel_yn_dd(200, {0.5, 0}), {-kInf, 0}));  // overflows
+  kaf_dd a = __KAFf90_bessel_yn_dd(3, {2.5, 0}), b = __KAFf90_bessel_yn_dd(-3, {2.5, 0});
+  EXPECT_TRUE(same(a, {-b.hi, -b.lo}));
+  for (double xv : {0.5, 7.25, 45.5}) {
+    kaf_dd r[21];
+    __KAFf90_bessel_yn1n2_dd(r, 0, 20, {xv, 0});
+    for (int n = 0; n <= 20; ++n) EXPECT_LE(bessel_y_err(r[n], n, {xv, 0}), 40.0) << xv << " n=" << n;
+  }
+}

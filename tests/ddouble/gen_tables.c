@@ -108,6 +108,9 @@ int main(void) {
   mpfr_ui_div(v, 2, v, MPFR_RNDN);
   printf("inline constexpr dd2 two_over_sqrtpi = ");
   put_dd(v, ";\n");
+  mpfr_const_euler(v, MPFR_RNDN);
+  printf("inline constexpr dd2 euler_gamma = ");
+  put_dd(v, ";\n");
   mpfr_mul_ui(v, pi, 2, MPFR_RNDN);
   mpfr_log(v, v, MPFR_RNDN);
   mpfr_div_ui(v, v, 2, MPFR_RNDN);
