@@ -14,5 +14,6 @@
 #include "kafrts/freal.h"
 #include "kafrts/listio.h"
 #include "kafrts/arrays.h"
+#include "kafrts/ddouble.h"
 
 #endif

@@ -1,0 +1,147 @@
+// The core double-double operations: exact product, sum, difference,
+// products, reciprocal, quotients and square root, and their exported
+// entries. The order of every binary64 step is part of the contract.
+#include <cfloat>
+#include <cmath>
+
+#include "ddouble/dd_arith.h"
+#include "kafrts/ddouble.h"
+
+namespace kafdd {
+
+dd reciprocal(dd a) {
+  double ah = fabs_(a.hi);
+  // Zero, infinity and NaN: IEEE's 1/x on the high part (+-inf, +-0, NaN).
+  if (!(ah > 0.0 && ah <= DBL_MAX)) [[unlikely]]
+    return dd{1.0 / a.hi, 0.0};
+  double r = 1.0 / a.hi;
+  if (!is_finite(r)) [[unlikely]]  // |a.hi| below 2^-1024: the result overflows
+    return dd{r, 0.0};
+  dd pe = ddprod(a.hi, r);
+  double t = 1.0 - pe.hi;
+  t = t - pe.lo;
+  double c;
+  if (a.lo == 0.0) {
+    c = t / a.hi;
+  } else {
+    double t2 = r * a.lo;
+    t = t - t2;
+    double s = a.hi + a.lo;
+    c = t / s;
+  }
+  double hi = r + c;
+  double t3 = r - hi;
+  double lo = t3 + c;
+  return dd{hi, lo};
+}
+
+dd scale(dd a, int n) {
+  double hi = ldexp_(a.hi, n);
+  if (!is_finite(hi) || hi == 0.0) return dd{hi, 0.0};
+  if (fabs_(hi) < 0x1p-1021) {
+    // A subnormal result: fold what the rounding of hi lost, and lo, into
+    // hi (the scaling back of a subnormal is exact); lo has no room left.
+    double back = ldexp_(hi, -n);
+    double rem = a.hi - back;
+    rem = rem + a.lo;
+    hi = hi + ldexp_(rem, n);
+    return dd{hi, 0.0};
+  }
+  double lo = ldexp_(a.lo, n);
+  double e;
+  hi = quick_two_sum(hi, lo, e);
+  return dd{hi, e};
+}
+
+// Divisors outside [2^-1019, 2^960], and every zero, infinite or NaN
+// operand. A tiny divisor would make 1/b.hi overflow, a huge one would
+// leave the reciprocal's low part in the subnormal range: both operands are
+// moved by a power of two (exactly), or the quotient is moved back after.
+[[gnu::cold]] static dd divide_slow(dd a, dd b) {
+  if (!is_finite(a.hi) || !is_finite(b.hi) || b.hi == 0.0) return dd{a.hi / b.hi, 0.0};
+  double bh = fabs_(b.hi);
+  if (bh < 0x1p-1019) {
+    dd b2 = scale(b, 106);
+    if (fabs_(a.hi) < 0x1p917) return divide(scale(a, 106), b2);
+    return scale(divide(a, b2), 106);
+  }
+  dd b2 = scale(b, -128);
+  return scale(divide(a, b2), -128);
+}
+
+dd divide(dd a, dd b) {
+  double bh = fabs_(b.hi);
+  if (!(bh >= 0x1p-1019 && bh <= 0x1p960 && fabs_(a.hi) <= DBL_MAX)) [[unlikely]]
+    return divide_slow(a, b);
+  double r = 1.0 / b.hi;
+  // One Newton step on the reciprocal in double-double: r' = r (2 - b r).
+  dd br = mul_d(b, r);
+  dd t = add_d(neg(br), 2.0);
+  dd rr = mul_d(t, r);
+  dd q = mul(a, rr);
+  // A dividend near the subnormal range would lose the low part of the
+  // product q.hi * b.hi below; the Newton quotient stands alone there.
+  if (!(normal_result(q.hi) && fabs_(a.hi) >= 0x1p-960)) [[unlikely]]
+    return q;
+  // Remainder correction: a - q.hi*b with the exact product of the high
+  // parts (a.hi - p is exact: both are within a few ulps of each other),
+  // then the part of q.lo it does not yet account for.
+  dd pe = ddprod(q.hi, b.hi);
+  double rem = a.hi - pe.hi;
+  rem = rem - pe.lo;
+  rem = rem + a.lo;
+  double t2 = q.hi * b.lo;
+  rem = rem - t2;
+  double ql = rem * r;  // r = 1/b.hi to 2^-53: ample for a low part
+  double lo;
+  double hi = quick_two_sum(q.hi, ql, lo);
+  return dd{hi, lo};
+}
+
+dd sqrt(dd a) {
+  if (a.hi < 0.0) {
+    volatile double z = 0.0;  // 0/0 at run time: NaN with the invalid flag
+    return dd{z / z, 0.0};
+  }
+  if (a.hi == 0.0) return dd{0.0, 0.0};
+  if (!is_finite(a.hi)) return dd{a.hi, 0.0};
+  // Near the subnormal range s*s would lose its low part: work on a*2^128.
+  if (a.hi < 0x1p-960) return scale(sqrt(scale(a, 128)), -64);
+  double s = std::sqrt(a.hi);
+  dd pe = ddprod(s, s);
+  double c = a.hi - pe.hi;
+  c = c - pe.lo;
+  c = c + a.lo;
+  c = c * 0.5;
+  c = c / s;
+  double yhi = s + c;
+  double t = s - yhi;
+  double ylo = t + c;
+  dd y{yhi, ylo};
+  dd q = divide(a, y);
+  dd sum = add(y, q);
+  double hi = 0.5 * sum.hi;
+  double lo = 0.5 * sum.lo;
+  return dd{hi, lo};
+}
+
+}  // namespace kafdd
+
+using namespace kafdd;
+
+extern "C" {
+
+kaf_dd __KAFf90_ddprod_d_d(double x, double y) { return ddprod(x, y); }
+kaf_dd __KAFf90_dd_PLUS_dd(kaf_dd a, kaf_dd b) { return add(a, b); }
+kaf_dd __KAFf90_dd_MINUS_dd(kaf_dd a, kaf_dd b) { return sub(a, b); }
+kaf_dd __KAFf90_dd_PLUS_d(kaf_dd a, double d) { return add_d(a, d); }
+kaf_dd __KAFf90_dd_TIMES_dd(kaf_dd a, kaf_dd b) { return mul(a, b); }
+kaf_dd __KAFf90_dd_TIMES_d(kaf_dd a, double d) { return mul_d(a, d); }
+kaf_dd __KAFf90_dd_squared(kaf_dd a) { return sqr(a); }
+kaf_dd __KAFf90_dd_reciprocal(kaf_dd a) { return reciprocal(a); }
+kaf_dd __KAFf90_dd_DIVIDE_dd(kaf_dd a, kaf_dd b) { return divide(a, b); }
+kaf_dd __KAFf90_dd_DIVIDE_d(kaf_dd a, double d) { return divide(a, dd{d, 0.0}); }
+kaf_dd __KAFf90_sqrt_dd(kaf_dd a) { return kafdd::sqrt(a); }
+kaf_dd __KAFf90_sqrt_dd_arg(const kaf_dd *a) { return kafdd::sqrt(*a); }
+
+}  // extern "C"
