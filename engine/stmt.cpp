@@ -361,6 +361,9 @@ std::int32_t __KAFf90_set_ioctx_size(kaf_ioctx *c, std::int64_t *counter) {
 }
 
 std::int32_t __KAFf90_end_read_sequential(kaf_ioctx *c) {
+  // A list-directed READ may end with a repeat count still pending: its
+  // scan buffers go back here.
+  __KAFf90_lio_end_input(c);
   if (auto *size = reinterpret_cast<std::int64_t *>(c->size_var)) *size += static_cast<std::int64_t>(c->nchars);
   unit_rec *u = unit_of(c);
   if (c->stmt_bits & STMT_DONE) return finish_status(c);
@@ -382,6 +385,7 @@ std::int32_t __KAFf90_end_write_sequential(kaf_ioctx *c) {
 }
 
 std::int32_t __KAFf90_end_read_internal(kaf_ioctx *c) {
+  __KAFf90_lio_end_input(c);
   if (c->stmt_bits & STMT_DONE) return finish_status(c);
   return 0;
 }

@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include "engine/unit.h"
+#include "engine/lio_pcio.h"
 
 namespace {
 
@@ -110,6 +111,9 @@ unit_rec *preconnect(std::int64_t number) {
     u->standard = 3;
     u->action = ACTION_WRITE;
   }
+  // The options set through the f90_preconn_io module apply from the moment
+  // the unit is connected.
+  apply_pcio_options(u);
   add_unit(u);
   return u;
 }
