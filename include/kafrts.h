@@ -8,5 +8,6 @@
 #include "kafrts/common.h"
 #include "kafrts/runtime.h"
 #include "kafrts/engine.h"
+#include "kafrts/matmul.h"
 
 #endif

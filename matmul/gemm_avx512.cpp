@@ -1,0 +1,50 @@
+// AVX-512 GEMM kernels (32 ZMM registers). Multiply and add stay separate
+// instructions: this file is built without floating-point contraction.
+#include <immintrin.h>
+
+#include "matmul/gemm_tiles.h"
+
+namespace kaf_gemm {
+namespace {
+
+struct avx512_d {
+  using Real = double;
+  using R = __m512d;
+  static constexpr int lanes = 8;
+  static R load(const double *p) { return _mm512_load_pd(p); }
+  static R loadu(const double *p) { return _mm512_loadu_pd(p); }
+  static void storeu(double *p, R x) { _mm512_storeu_pd(p, x); }
+  static R bcast(const double *p) { return _mm512_set1_pd(*p); }
+  static R mul(R x, R y) { return _mm512_mul_pd(x, y); }
+  static R add(R x, R y) { return _mm512_add_pd(x, y); }
+};
+
+struct avx512_s {
+  using Real = float;
+  using R = __m512;
+  static constexpr int lanes = 16;
+  static R load(const float *p) { return _mm512_load_ps(p); }
+  static R loadu(const float *p) { return _mm512_loadu_ps(p); }
+  static void storeu(float *p, R x) { _mm512_storeu_ps(p, x); }
+  static R bcast(const float *p) { return _mm512_set1_ps(*p); }
+  static R mul(R x, R y) { return _mm512_mul_ps(x, y); }
+  static R add(R x, R y) { return _mm512_add_ps(x, y); }
+};
+
+}  // namespace
+
+// Real: 3 x 8 accumulators, 3 of A, one broadcast, one product (29 of 32).
+// The packed A block (192 x 256 doubles, 384 KiB) sits in the 2 MiB
+// second-level cache; a B micro-panel (256 x 8, 16 KiB) in the first level.
+constinit const kernel_set<double> d_avx512 = {24, 8, 256, 192, 4096,
+                                               tile_real<avx512_d, 3, 8>};
+constinit const kernel_set<float> s_avx512 = {48, 8, 256, 384, 4096,
+                                              tile_real<avx512_s, 3, 8>};
+// Complex: 3 x 6 accumulators, 6 of A (direct and rotated), 2 broadcasts,
+// 2 products (28 of 32). The A block holds both forms of each element.
+constinit const kernel_set<kaf_dcomplex> z_avx512 = {
+    12, 6, 256, 48, 3072, tile_complex<avx512_d, 3, 6, kaf_dcomplex>};
+constinit const kernel_set<kaf_complex> c_avx512 = {
+    24, 6, 256, 96, 3072, tile_complex<avx512_s, 3, 6, kaf_complex>};
+
+}  // namespace kaf_gemm
