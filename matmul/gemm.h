@@ -3,6 +3,7 @@
 // and the blocking constants with their reasons.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <type_traits>
 
@@ -59,9 +60,16 @@ using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
 //           the second-level cache;
 //   nc      columns of the packed B block (multiple of nr): the last-level
 //           cache holds it.
+// The clean-ups: narrow[c] computes all mr rows of c < nr columns;
+// short_rows[v] computes v * rows_per_vec rows of all nr columns (over the
+// same packed panels as the full tile).
+constexpr int max_nr = 8, max_mv = 14;
 template <typename T> struct kernel_set {
   int mr, nr, kc, mc, nc;
-  tile_kernel<T> tile;
+  int rows_per_vec;  // rows of C in one vector register
+  tile_kernel<T> full;
+  std::array<tile_kernel<T>, max_nr + 1> narrow;
+  std::array<tile_kernel<T>, max_mv + 1> short_rows;
 };
 
 // Kernel sets of each path, defined in the file of that vector unit

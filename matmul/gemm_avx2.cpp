@@ -34,13 +34,15 @@ struct avx2_s {
 }  // namespace
 
 // Real: 2 x 6 accumulators, 2 of A, one broadcast, one product.
-constinit const kernel_set<double> d_avx2 = {8, 6, 256, 192, 3072, tile_real<avx2_d, 2, 6>};
-constinit const kernel_set<float> s_avx2 = {16, 6, 256, 192, 3072, tile_real<avx2_s, 2, 6>};
+constinit const kernel_set<double> d_avx2 =
+    make_set<double, tile_real, avx2_d, 2, 6>(256, 192, 3072);
+constinit const kernel_set<float> s_avx2 =
+    make_set<float, tile_real, avx2_s, 2, 6>(256, 192, 3072);
 // Complex: 2 x 3 accumulators, 4 of A (direct and rotated), 2 broadcasts,
 // 2 products.
-constinit const kernel_set<kaf_dcomplex> z_avx2 = {
-    4, 3, 256, 96, 1536, tile_complex<avx2_d, 2, 3, kaf_dcomplex>};
-constinit const kernel_set<kaf_complex> c_avx2 = {
-    8, 3, 256, 96, 1536, tile_complex<avx2_s, 2, 3, kaf_complex>};
+constinit const kernel_set<kaf_dcomplex> z_avx2 =
+    make_set<kaf_dcomplex, tile_complex, avx2_d, 2, 3>(256, 96, 1536);
+constinit const kernel_set<kaf_complex> c_avx2 =
+    make_set<kaf_complex, tile_complex, avx2_s, 2, 3>(256, 96, 1536);
 
 }  // namespace kaf_gemm

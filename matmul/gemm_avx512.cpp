@@ -36,15 +36,15 @@ struct avx512_s {
 // Real: 3 x 8 accumulators, 3 of A, one broadcast, one product (29 of 32).
 // The packed A block (192 x 256 doubles, 384 KiB) sits in the 2 MiB
 // second-level cache; a B micro-panel (256 x 8, 16 KiB) in the first level.
-constinit const kernel_set<double> d_avx512 = {24, 8, 256, 192, 4096,
-                                               tile_real<avx512_d, 3, 8>};
-constinit const kernel_set<float> s_avx512 = {48, 8, 256, 384, 4096,
-                                              tile_real<avx512_s, 3, 8>};
+constinit const kernel_set<double> d_avx512 =
+    make_set<double, tile_real, avx512_d, 3, 8>(256, 192, 4096);
+constinit const kernel_set<float> s_avx512 =
+    make_set<float, tile_real, avx512_s, 3, 8>(256, 384, 4096);
 // Complex: 3 x 6 accumulators, 6 of A (direct and rotated), 2 broadcasts,
 // 2 products (28 of 32). The A block holds both forms of each element.
-constinit const kernel_set<kaf_dcomplex> z_avx512 = {
-    12, 6, 256, 48, 3072, tile_complex<avx512_d, 3, 6, kaf_dcomplex>};
-constinit const kernel_set<kaf_complex> c_avx512 = {
-    24, 6, 256, 96, 3072, tile_complex<avx512_s, 3, 6, kaf_complex>};
+constinit const kernel_set<kaf_dcomplex> z_avx512 =
+    make_set<kaf_dcomplex, tile_complex, avx512_d, 3, 6>(256, 48, 3072);
+constinit const kernel_set<kaf_complex> c_avx512 =
+    make_set<kaf_complex, tile_complex, avx512_s, 3, 6>(256, 96, 3072);
 
 }  // namespace kaf_gemm

@@ -112,22 +112,6 @@ template <typename T> struct operand {
   int trans;  // 0 as stored, 1 transposed, 2 conjugate transposed
 };
 
-// Stores element v of op(A) into a packed A micro-panel at row i of
-// column k (the rotated copy follows the direct one for the complex kinds).
-template <typename T>
-inline void put_a(typename element<T>::Real *panel, int mr, long k, int i, T v) {
-  using Real = typename element<T>::Real;
-  if constexpr (element<T>::complex) {
-    Real *col = panel + 4 * mr * k;
-    col[2 * i] = v.re;
-    col[2 * i + 1] = v.im;
-    col[2 * mr + 2 * i] = -v.im;
-    col[2 * mr + 2 * i + 1] = v.re;
-  } else {
-    panel[mr * k + i] = v;
-  }
-}
-
 template <typename T> inline T pad_value() {
   // A quiet NaN: padded lanes must not raise invalid (0 x Inf) or overflow,
   // and a quiet NaN raises nothing in a product or a sum.
@@ -139,54 +123,87 @@ template <typename T> inline T pad_value() {
     return q;
 }
 
-// Packs rows [i0, i0+mc) by columns [p0, p0+kc) of op(A) into micro-panels
-// of mr rows, padding the last panel.
-template <typename T>
-void pack_a(const operand<T> &A, long i0, long mc, long p0, long kc, int mr,
-            typename element<T>::Real *dst) {
-  constexpr long E = element<T>::complex ? 4 : 1;  // Real values per element slot
-  const T pad = pad_value<T>();
-  for (long ir = 0; ir < mc; ir += mr) {
-    typename element<T>::Real *panel = dst + ir * kc * E;
-    const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
-    if (A.trans == 0) {
-      for (long k = 0; k < kc; ++k) {
-        const T *col = A.x + (i0 + ir) + (p0 + k) * A.ld;
-        for (int i = 0; i < rows; ++i) put_a(panel, mr, k, i, col[i]);
-      }
-    } else {
-      for (int i = 0; i < rows; ++i) {
-        const T *row = A.x + p0 + (i0 + ir + i) * A.ld;
-        for (long k = 0; k < kc; ++k)
-          put_a(panel, mr, k, i, A.trans == 2 ? conjugate(row[k]) : row[k]);
-      }
+// Writes n elements (conjugated when Conj) into column k of a packed A
+// micro-panel of mr rows starting at row i, each element followed, for the
+// complex kinds, by its rotated copy (-im, re) mr elements further on.
+template <typename T, bool Conj>
+inline void put_a_column(typename element<T>::Real *col, int mr, int i, const T *src, int n) {
+  using Real = typename element<T>::Real;
+  if constexpr (element<T>::complex) {
+    const Real *s = reinterpret_cast<const Real *>(src);
+    Real *d1 = col + 2 * i, *d2 = col + 2 * mr + 2 * i;
+    for (int r = 0; r < n; ++r) {
+      const Real re = s[2 * r], im = Conj ? -s[2 * r + 1] : s[2 * r + 1];
+      d1[2 * r] = re;
+      d1[2 * r + 1] = im;
+      d2[2 * r] = -im;
+      d2[2 * r + 1] = re;
     }
-    for (long k = 0; k < kc; ++k)
-      for (int i = rows; i < mr; ++i) put_a(panel, mr, k, i, pad);
+  } else {
+    std::memcpy(col + i, src, sizeof(T) * n);
   }
 }
 
-// Packs alpha * op(B) for rows [p0, p0+kc), columns [j0, j0+nc) into
-// micro-panels of nr columns (per k, nr elements), padding the last one.
-template <typename T>
-void pack_b(const operand<T> &B, T alpha, bool scale, long p0, long kc, long j0, long nc, int nr,
-            T *dst) {
+// Packs rows [i0, i0+mc) by columns [p0, p0+kc) of op(A) into micro-panels
+// of mr rows, padding the last panel. Trans 0: A as stored, read down its
+// columns; otherwise rows of op(A) are columns of A, read along them.
+template <typename T, int Trans>
+void pack_a(const T *x, long ld, long i0, long mc, long p0, long kc, int mr,
+            typename element<T>::Real *dst) {
+  using Real = typename element<T>::Real;
+  constexpr long E = element<T>::complex ? 4 : 1;  // Real values per row slot
+  const long panel_size = mr * kc * E;
+  const T pad[1] = {pad_value<T>()};
+  if constexpr (Trans == 0) {
+    for (long k = 0; k < kc; ++k) {
+      const T *col = x + i0 + (p0 + k) * ld;
+      for (long ir = 0; ir < mc; ir += mr) {
+        const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
+        Real *d = dst + (ir / mr) * panel_size + k * mr * E;
+        put_a_column<T, false>(d, mr, 0, col + ir, rows);
+        for (int i = rows; i < mr; ++i) put_a_column<T, false>(d, mr, i, pad, 1);
+      }
+    }
+  } else {
+    for (long ir = 0; ir < mc; ir += mr) {
+      const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
+      Real *panel = dst + (ir / mr) * panel_size;
+      for (int i = 0; i < rows; ++i) {
+        const T *row = x + p0 + (i0 + ir + i) * ld;
+        for (long k = 0; k < kc; ++k)
+          put_a_column<T, Trans == 2>(panel + k * mr * E, mr, i, row + k, 1);
+      }
+      for (long k = 0; k < kc; ++k)
+        for (int i = rows; i < mr; ++i) put_a_column<T, false>(panel + k * mr * E, mr, i, pad, 1);
+    }
+  }
+}
+
+// One element of the packed B block.
+template <typename T, int Trans, bool Scale> inline T b_value(T v, T alpha) {
+  if constexpr (Trans == 2) v = conjugate(v);
+  if constexpr (Scale) v = times(alpha, v);
+  return v;
+}
+
+// Packs alpha * op(B) (op(B) itself when Scale is false) for rows
+// [p0, p0+kc), columns [j0, j0+nc) into micro-panels of nr columns (per k,
+// nr elements), padding the last one.
+template <typename T, int Trans, bool Scale>
+void pack_b(const T *x, long ld, T alpha, long p0, long kc, long j0, long nc, int nr, T *dst) {
   const T pad = pad_value<T>();
   for (long jr = 0; jr < nc; jr += nr) {
     T *panel = dst + jr * kc;
     const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
-    if (B.trans == 0) {
+    if constexpr (Trans == 0) {
       for (int j = 0; j < cols; ++j) {
-        const T *col = B.x + p0 + (j0 + jr + j) * B.ld;
-        for (long k = 0; k < kc; ++k) panel[k * nr + j] = scale ? times(alpha, col[k]) : col[k];
+        const T *col = x + p0 + (j0 + jr + j) * ld;
+        for (long k = 0; k < kc; ++k) panel[k * nr + j] = b_value<T, Trans, Scale>(col[k], alpha);
       }
     } else {
       for (long k = 0; k < kc; ++k) {
-        const T *row = B.x + (j0 + jr) + (p0 + k) * B.ld;
-        for (int j = 0; j < cols; ++j) {
-          T v = B.trans == 2 ? conjugate(row[j]) : row[j];
-          panel[k * nr + j] = scale ? times(alpha, v) : v;
-        }
+        const T *row = x + (j0 + jr) + (p0 + k) * ld;
+        for (int j = 0; j < cols; ++j) panel[k * nr + j] = b_value<T, Trans, Scale>(row[j], alpha);
       }
     }
     for (long k = 0; k < kc; ++k)
@@ -194,36 +211,74 @@ void pack_b(const operand<T> &B, T alpha, bool scale, long p0, long kc, long j0,
   }
 }
 
+template <typename T>
+void pack_a_any(const operand<T> &A, long i0, long mc, long p0, long kc, int mr,
+                typename element<T>::Real *dst) {
+  if (A.trans == 0)
+    pack_a<T, 0>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
+  else if (A.trans == 1)
+    pack_a<T, 1>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
+  else
+    pack_a<T, 2>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
+}
+
+template <typename T>
+void pack_b_any(const operand<T> &B, T alpha, bool scale, long p0, long kc, long j0, long nc,
+                int nr, T *dst) {
+  if (scale) {
+    if (B.trans == 0)
+      pack_b<T, 0, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+    else if (B.trans == 1)
+      pack_b<T, 1, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+    else
+      pack_b<T, 2, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+  } else {
+    if (B.trans == 0)
+      pack_b<T, 0, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+    else if (B.trans == 1)
+      pack_b<T, 1, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+    else
+      pack_b<T, 2, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
+  }
+}
+
 // Largest tile of any kernel set (single precision AVX-512: 48 x 8).
 constexpr int max_tile_elements = 48 * 8;
 
 // One block of C (rows [i0, i0+mc), columns [j0, j0+nc)) from the packed
-// blocks: every full tile in place; a partial tile (short in M or N)
-// through a local copy of its elements, so that the kernel's padded rows and
-// columns land outside C.
+// blocks. A full tile runs the full kernel in place; a tile short in N
+// only, the narrow kernel in place; a tile short in M, the kernel of just
+// enough vector rows, in place when the rows fill whole vectors, otherwise
+// on a local copy of the tile so that the padded rows and columns never
+// reach C.
 template <typename T>
-void run_block(const kernel_set<T> &ks, long kc, long mc, long nc, const typename element<T>::Real *ap,
-               const T *bp, T *c, long ldc) {
+void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
+               const typename element<T>::Real *ap, const T *bp, T *c, long ldc) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
-  const int mr = ks.mr, nr = ks.nr;
+  const int mr = ks.mr, nr = ks.nr, per_vec = ks.rows_per_vec;
   alignas(64) T edge[max_tile_elements];
   for (long jr = 0; jr < nc; jr += nr) {
-    const long cols = nc - jr < nr ? nc - jr : nr;
+    const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
     const Real *bpanel = reinterpret_cast<const Real *>(bp + jr * kc);
     for (long ir = 0; ir < mc; ir += mr) {
-      const long rows = mc - ir < mr ? mc - ir : mr;
+      const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
       const Real *apanel = ap + ir * kc * E;
       T *ct = c + ir + jr * ldc;
-      if (rows == mr && cols == nr) {
-        ks.tile(kc, apanel, bpanel, ct, ldc);
+      if (rows == mr) {
+        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc);
+        continue;
+      }
+      const int vecs = (rows + per_vec - 1) / per_vec;
+      if (rows == vecs * per_vec && cols == nr) {
+        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc);
         continue;
       }
       std::memset(static_cast<void *>(edge), 0, sizeof(T) * mr * nr);
-      for (long j = 0; j < cols; ++j)
+      for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(edge + j * mr), ct + j * ldc, sizeof(T) * rows);
-      ks.tile(kc, apanel, bpanel, edge, mr);
-      for (long j = 0; j < cols; ++j)
+      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr);
+      for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(ct + j * ldc), edge + j * mr, sizeof(T) * rows);
     }
   }
@@ -248,10 +303,10 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
     const long nc = n - j0 < ks.nc ? n - j0 : ks.nc;
     for (long p0 = 0; p0 < k; p0 += ks.kc) {
       const long kc = k - p0 < ks.kc ? k - p0 : ks.kc;
-      pack_b(B, alpha, scale, p0, kc, j0, nc, ks.nr, bbuf);
+      pack_b_any(B, alpha, scale, p0, kc, j0, nc, ks.nr, bbuf);
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
         const long mc = m - i0 < ks.mc ? m - i0 : ks.mc;
-        pack_a(A, i0, mc, p0, kc, ks.mr, w.a);
+        pack_a_any(A, i0, mc, p0, kc, ks.mr, w.a);
         run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc);
       }
     }

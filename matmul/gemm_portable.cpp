@@ -26,13 +26,13 @@ template <typename T> struct pair_ops {
 
 // 4 x 4 real tiles, 2 x 2 complex tiles; small blocks, as a plain loop
 // gains little from more.
-constinit const kernel_set<float> s_portable = {4, 4, 256, 128, 1024,
-                                                tile_real<pair_ops<float>, 2, 4>};
-constinit const kernel_set<double> d_portable = {4, 4, 256, 128, 1024,
-                                                 tile_real<pair_ops<double>, 2, 4>};
-constinit const kernel_set<kaf_complex> c_portable = {
-    2, 2, 256, 64, 512, tile_complex<pair_ops<float>, 2, 2, kaf_complex>};
-constinit const kernel_set<kaf_dcomplex> z_portable = {
-    2, 2, 256, 64, 512, tile_complex<pair_ops<double>, 2, 2, kaf_dcomplex>};
+constinit const kernel_set<float> s_portable =
+    make_set<float, tile_real, pair_ops<float>, 2, 4>(256, 128, 1024);
+constinit const kernel_set<double> d_portable =
+    make_set<double, tile_real, pair_ops<double>, 2, 4>(256, 128, 1024);
+constinit const kernel_set<kaf_complex> c_portable =
+    make_set<kaf_complex, tile_complex, pair_ops<float>, 2, 2>(256, 64, 512);
+constinit const kernel_set<kaf_dcomplex> z_portable =
+    make_set<kaf_dcomplex, tile_complex, pair_ops<double>, 2, 2>(256, 64, 512);
 
 }  // namespace kaf_gemm

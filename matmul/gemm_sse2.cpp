@@ -37,16 +37,16 @@ struct sse2_s {
 
 // The A micro-panel (28 x 128 doubles, 28 KiB) stays in the first-level
 // cache while the tile's columns walk over it, hence the short kc.
-constinit const kernel_set<double> d_sse2 = {28, 4, 128, 224, 2048,
-                                             tile_real_columns<sse2_d, 14, 4>};
-constinit const kernel_set<float> s_sse2 = {56, 4, 128, 224, 2048,
-                                            tile_real_columns<sse2_s, 14, 4>};
+constinit const kernel_set<double> d_sse2 =
+    make_set<double, tile_real_columns, sse2_d, 14, 4>(128, 224, 2048);
+constinit const kernel_set<float> s_sse2 =
+    make_set<float, tile_real_columns, sse2_s, 14, 4>(128, 224, 2048);
 // Complex: 2 x 3 registers of accumulators (2 x 3 elements in double
 // complex, 4 x 3 in single), 4 registers of A (direct and rotated), 2
 // broadcasts and 2 products: all 16 registers.
-constinit const kernel_set<kaf_dcomplex> z_sse2 = {
-    2 * 1, 3, 256, 96, 1536, tile_complex<sse2_d, 2, 3, kaf_dcomplex>};
-constinit const kernel_set<kaf_complex> c_sse2 = {
-    2 * 2, 3, 256, 96, 1536, tile_complex<sse2_s, 2, 3, kaf_complex>};
+constinit const kernel_set<kaf_dcomplex> z_sse2 =
+    make_set<kaf_dcomplex, tile_complex, sse2_d, 2, 3>(256, 96, 1536);
+constinit const kernel_set<kaf_complex> c_sse2 =
+    make_set<kaf_complex, tile_complex, sse2_s, 2, 3>(256, 96, 1536);
 
 }  // namespace kaf_gemm

@@ -11,15 +11,24 @@
 // advance together, never the order of one element's sums.
 #pragma once
 
+#include <type_traits>
+#include <utility>
+
 #include "matmul/gemm.h"
 
 namespace kaf_gemm {
 
-// Real tile of MV vectors of rows by NR columns: per k, MV aligned loads of
-// packed A, NR broadcasts of packed B, MV x NR products and sums.
-template <class V, int MV, int NR>
-void tile_real(long kc, const typename V::Real *a, const typename V::Real *b,
-               typename V::Real *c, long ldc) {
+// Every kernel computes MV vectors of rows by NR columns of C; the packed
+// panels it walks hold MVS vectors of rows and NRS columns per k. A full
+// tile has MV = MVS and NR = NRS; the clean-up kernels for a tile short in
+// M (fewer vectors) or in N (fewer columns) are the same code with smaller
+// MV or NR over the same panels.
+
+// Real tile: per k, MV aligned loads of packed A, NR broadcasts of packed
+// B, MV x NR products and sums.
+template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
+  static void run(long kc, const typename V::Real *a, const typename V::Real *b,
+                  typename V::Real *c, long ldc) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   R acc[NR][MV];
@@ -37,21 +46,22 @@ void tile_real(long kc, const typename V::Real *a, const typename V::Real *b,
 #pragma GCC unroll 8
       for (int v = 0; v < MV; ++v) acc[j][v] = V::add(acc[j][v], V::mul(av[v], bj));
     }
-    a += MV * L;
-    b += NR;
+    a += MVS * L;
+    b += NRS;
   }
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
     for (int v = 0; v < MV; ++v) V::storeu(c + j * ldc + v * L, acc[j][v]);
-}
+  }
+};
 
 // Real tile walked column by column, for vector units with few registers:
 // MV accumulators hold one column of the tile for the whole k loop, so MV
 // can be large (14 of the 16 registers) while B is read one scalar per k.
-template <class V, int MV, int NR>
-void tile_real_columns(long kc, const typename V::Real *a, const typename V::Real *b,
-                       typename V::Real *c, long ldc) {
+template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
+  static void run(long kc, const typename V::Real *a, const typename V::Real *b,
+                  typename V::Real *c, long ldc) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   for (int j = 0; j < NR; ++j) {
@@ -65,13 +75,14 @@ void tile_real_columns(long kc, const typename V::Real *a, const typename V::Rea
       R bj = V::bcast(bk);
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) acc[v] = V::add(acc[v], V::mul(V::load(ak + v * L), bj));
-      ak += MV * L;
-      bk += NR;
+      ak += MVS * L;
+      bk += NRS;
     }
 #pragma GCC unroll 16
     for (int v = 0; v < MV; ++v) V::storeu(cj + v * L, acc[v]);
   }
-}
+  }
+};
 
 // Complex tile: elements are (re, im) pairs of lanes, L/2 per register.
 // Packed A per k: MV registers of (ar, ai) pairs, then MV registers of
@@ -79,8 +90,9 @@ void tile_real_columns(long kc, const typename V::Real *a, const typename V::Rea
 //   acc += (ar*br, ai*br) + (-ai*bi, ar*bi)
 // which is c + (ar*br - ai*bi, ai*br + ar*bi), the textbook product added
 // part by part.
-template <class V, int MV, int NR, typename T>
-void tile_complex(long kc, const typename V::Real *a, const typename V::Real *b, T *c_elems,
+template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
+  using T = std::conditional_t<std::is_same_v<typename V::Real, float>, kaf_complex, kaf_dcomplex>;
+  static void run(long kc, const typename V::Real *a, const typename V::Real *b, T *c_elems,
                   long ldc) {
   using R = typename V::R;
   constexpr int L = V::lanes;
@@ -96,7 +108,7 @@ void tile_complex(long kc, const typename V::Real *a, const typename V::Real *b,
 #pragma GCC unroll 8
     for (int v = 0; v < MV; ++v) {
       a1[v] = V::load(a + v * L);
-      a2[v] = V::load(a + (MV + v) * L);
+      a2[v] = V::load(a + (MVS + v) * L);
     }
 #pragma GCC unroll 16
     for (int j = 0; j < NR; ++j) {
@@ -108,13 +120,37 @@ void tile_complex(long kc, const typename V::Real *a, const typename V::Real *b,
         acc[j][v] = V::add(acc[j][v], p);
       }
     }
-    a += 2 * MV * L;
-    b += 2 * NR;
+    a += 2 * MVS * L;
+    b += 2 * NRS;
   }
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
     for (int v = 0; v < MV; ++v) V::storeu(c + j * ldr + v * L, acc[j][v]);
+  }
+};
+
+// The kernel set of tile family K over vector unit V for elements T: the
+// MV x NR full tile, its clean-ups, and the blocking given.
+template <typename T, template <class, int, int, int, int> class K, class V, int MV, int NR>
+constexpr kernel_set<T> make_set(int kc, int mc, int nc) {
+  static_assert(NR <= max_nr && MV <= max_mv);
+  constexpr int per_vec = element<T>::complex ? V::lanes / 2 : V::lanes;
+  kernel_set<T> s{};
+  s.mr = MV * per_vec;
+  s.nr = NR;
+  s.kc = kc;
+  s.mc = mc;
+  s.nc = nc;
+  s.rows_per_vec = per_vec;
+  s.full = &K<V, MV, NR, MV, NR>::run;
+  [&s]<int... c>(std::integer_sequence<int, c...>) {
+    ((s.narrow[c + 1] = &K<V, MV, c + 1, MV, NR>::run), ...);
+  }(std::make_integer_sequence<int, NR>{});
+  [&s]<int... v>(std::integer_sequence<int, v...>) {
+    ((s.short_rows[v + 1] = &K<V, v + 1, NR, MV, NR>::run), ...);
+  }(std::make_integer_sequence<int, MV>{});
+  return s;
 }
 
 }  // namespace kaf_gemm

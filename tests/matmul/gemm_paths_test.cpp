@@ -27,7 +27,7 @@ template <typename T> void battery(std::string &report, uint64_t seed) {
   // Rows around every tile height (2 .. 56) and past the row blocks
   // (48 .. 384); columns around every tile width (1 .. 8); depths across
   // the k blocks (128, 256).
-  const long ms[] = {1, 3, 7, 8, 9, 13, 23, 24, 25, 28, 29, 47, 48, 49, 56, 57, 400};
+  const long ms[] = {1, 3, 7, 8, 9, 13, 16, 23, 24, 25, 28, 29, 32, 40, 47, 48, 49, 56, 57, 400};
   const long ns[] = {1, 2, 3, 5, 6, 7, 8, 9, 17};
   const long ks[] = {1, 129, 300};
   const char ts[] = {'N', 'T', 'C'};
