@@ -26,6 +26,13 @@ KAF_API void __KAFf90_clear_atexit_procs(void);
 KAF_API extern int32_t __KAFf90_this_image_id;
 KAF_API extern int32_t __KAFf90_this_teamimage_id;
 /* The calling thread's record for key, or null. */
+/* Every per-image record begins with its tag and its state word
+ * (0 running, 1 stopped, 2 failed). */
+typedef struct kaf_image_head {
+  uint64_t tag;
+  int32_t state;
+} kaf_image_head;
+
 KAF_API void *__KAFf90_tls_pget(int32_t key);
 
 /* ---- Storage allocator --------------------------------------------------
