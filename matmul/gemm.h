@@ -48,9 +48,11 @@ template <> struct element<kaf_dcomplex> {
 // so that the kernel forms (ar*br - ai*bi, ai*br + ar*bi) with two plain
 // vector products and one sum. Packed B micro-panel, per k: the nr elements
 // of row k of alpha*op(B). Both are zero-padded past the matrix edges.
+// With from_zero the accumulators start at +0 instead of the values in C
+// (the first k block when beta is 0: the same sums, and C is never read).
 template <typename T>
 using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
-                             const typename element<T>::Real *b, T *c, long ldc);
+                             const typename element<T>::Real *b, T *c, long ldc, bool from_zero);
 
 // One kernel set: the tile and the cache blocking that suits it.
 //   mr, nr  register tile (elements of C);

@@ -10,6 +10,7 @@ namespace {
 struct avx2_d {
   using Real = double;
   using R = __m256d;
+  static R zero() { return _mm256_setzero_pd(); }
   static constexpr int lanes = 4;
   static R load(const double *p) { return _mm256_load_pd(p); }
   static R loadu(const double *p) { return _mm256_loadu_pd(p); }
@@ -22,6 +23,7 @@ struct avx2_d {
 struct avx2_s {
   using Real = float;
   using R = __m256;
+  static R zero() { return _mm256_setzero_ps(); }
   static constexpr int lanes = 8;
   static R load(const float *p) { return _mm256_load_ps(p); }
   static R loadu(const float *p) { return _mm256_loadu_ps(p); }

@@ -10,6 +10,7 @@ namespace {
 struct avx512_d {
   using Real = double;
   using R = __m512d;
+  static R zero() { return _mm512_setzero_pd(); }
   static constexpr int lanes = 8;
   static R load(const double *p) { return _mm512_load_pd(p); }
   static R loadu(const double *p) { return _mm512_loadu_pd(p); }
@@ -22,6 +23,7 @@ struct avx512_d {
 struct avx512_s {
   using Real = float;
   using R = __m512;
+  static R zero() { return _mm512_setzero_ps(); }
   static constexpr int lanes = 16;
   static R load(const float *p) { return _mm512_load_ps(p); }
   static R loadu(const float *p) { return _mm512_loadu_ps(p); }

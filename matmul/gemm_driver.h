@@ -140,7 +140,7 @@ inline void put_a_column(typename element<T>::Real *col, int mr, int i, const T 
       d2[2 * r + 1] = re;
     }
   } else {
-    std::memcpy(col + i, src, sizeof(T) * n);
+    for (int r = 0; r < n; ++r) col[i + r] = src[r];
   }
 }
 
@@ -253,7 +253,7 @@ constexpr int max_tile_elements = 48 * 8;
 // reach C.
 template <typename T>
 void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
-               const typename element<T>::Real *ap, const T *bp, T *c, long ldc) {
+               const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
   const int mr = ks.mr, nr = ks.nr, per_vec = ks.rows_per_vec;
@@ -265,19 +265,25 @@ void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
       const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
       const Real *apanel = ap + ir * kc * E;
       T *ct = c + ir + jr * ldc;
+      // The next tile's part of C is on its way while this one computes.
+      if (ir + mr < mc && !from_zero)
+        for (int j = 0; j < cols; ++j) {
+          const char *next = reinterpret_cast<const char *>(ct + mr + j * ldc);
+          for (long off = 0; off < long(sizeof(T)) * mr; off += 64) __builtin_prefetch(next + off, 1);
+        }
       if (rows == mr) {
-        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc);
+        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero);
         continue;
       }
       const int vecs = (rows + per_vec - 1) / per_vec;
       if (rows == vecs * per_vec && cols == nr) {
-        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc);
+        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero);
         continue;
       }
       std::memset(static_cast<void *>(edge), 0, sizeof(T) * mr * nr);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(edge + j * mr), ct + j * ldc, sizeof(T) * rows);
-      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr);
+      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(ct + j * ldc), edge + j * mr, sizeof(T) * rows);
     }
@@ -287,7 +293,7 @@ void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
 // C := alpha*op(A)*op(B) + C over the blocked loops (C already scaled by beta).
 template <typename T>
 void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, T alpha, long m,
-             long n, long k, T *c, long ldc) {
+             long n, long k, T *c, long ldc, bool clear_c) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
   const long kc_max = k < ks.kc ? k : ks.kc;
@@ -307,7 +313,7 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
         const long mc = m - i0 < ks.mc ? m - i0 : ks.mc;
         pack_a_any(A, i0, mc, p0, kc, ks.mr, w.a);
-        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc);
+        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0);
       }
     }
   }
@@ -352,8 +358,10 @@ void gemm(const member &who, const char *transa, const char *transb, const std::
   const bool alpha_zero = is_zero(alpha);
   if (alpha_zero && is_one(beta)) return;
 
-  // C := beta*C first; zero when beta is 0, so NaNs in C do not survive.
-  if (is_zero(beta)) {
+  // C := beta*C first; zero when beta is 0, so NaNs in C do not survive
+  // (with products to add, the first k block starts from zero instead).
+  const bool clear_c = is_zero(beta) && !alpha_zero && k > 0;
+  if (is_zero(beta) && !clear_c) {
     for (long j = 0; j < n; ++j) std::memset(static_cast<void *>(c + j * ldc), 0, sizeof(T) * m);
   } else if (!is_one(beta)) {
     for (long j = 0; j < n; ++j)
@@ -365,7 +373,7 @@ void gemm(const member &who, const char *transa, const char *transb, const std::
   const int ca = element<T>::complex ? ta : (ta ? 1 : 0);
   const int cb = element<T>::complex ? tb : (tb ? 1 : 0);
   compute(kernels_for<T>(active_path()), operand<T>{a, lda, ca}, operand<T>{b, ldb, cb}, alpha, m,
-          n, k, c, ldc);
+          n, k, c, ldc, clear_c);
 }
 
 }  // namespace kaf_gemm

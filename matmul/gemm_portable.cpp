@@ -18,6 +18,7 @@ template <typename T> struct pair_ops {
     p[1] = x.v[1];
   }
   static R bcast(const T *p) { return R{{*p, *p}}; }
+  static R zero() { return R{{T(0), T(0)}}; }
   static R mul(R x, R y) { return R{{x.v[0] * y.v[0], x.v[1] * y.v[1]}}; }
   static R add(R x, R y) { return R{{x.v[0] + y.v[0], x.v[1] + y.v[1]}}; }
 };

@@ -12,6 +12,7 @@ namespace {
 struct sse2_d {
   using Real = double;
   using R = __m128d;
+  static R zero() { return _mm_setzero_pd(); }
   static constexpr int lanes = 2;
   static R load(const double *p) { return _mm_load_pd(p); }
   static R loadu(const double *p) { return _mm_loadu_pd(p); }
@@ -24,6 +25,7 @@ struct sse2_d {
 struct sse2_s {
   using Real = float;
   using R = __m128;
+  static R zero() { return _mm_setzero_ps(); }
   static constexpr int lanes = 4;
   static R load(const float *p) { return _mm_load_ps(p); }
   static R loadu(const float *p) { return _mm_loadu_ps(p); }

@@ -4,7 +4,8 @@
 // stand in for another's at link time).
 //
 // V supplies: Real (lane type), R (register), lanes, load (aligned),
-// loadu/storeu (unaligned), bcast (one scalar into every lane), mul, add.
+// loadu/storeu (unaligned), bcast (one scalar into every lane), zero, mul,
+// add.
 //
 // Every kernel keeps one accumulator per element of C and adds the products
 // into it in increasing k: the register tile only decides which elements
@@ -28,14 +29,14 @@ namespace kaf_gemm {
 // B, MV x NR products and sums.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
   static void run(long kc, const typename V::Real *a, const typename V::Real *b,
-                  typename V::Real *c, long ldc) {
+                  typename V::Real *c, long ldc, bool from_zero) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   R acc[NR][MV];
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) acc[j][v] = V::loadu(c + j * ldc + v * L);
+    for (int v = 0; v < MV; ++v) acc[j][v] = from_zero ? V::zero() : V::loadu(c + j * ldc + v * L);
   for (long k = 0; k < kc; ++k) {
     R av[MV];
 #pragma GCC unroll 8
@@ -61,14 +62,14 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
 // can be large (14 of the 16 registers) while B is read one scalar per k.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
   static void run(long kc, const typename V::Real *a, const typename V::Real *b,
-                  typename V::Real *c, long ldc) {
+                  typename V::Real *c, long ldc, bool from_zero) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   for (int j = 0; j < NR; ++j) {
     typename V::Real *cj = c + j * ldc;
     R acc[MV];
 #pragma GCC unroll 16
-    for (int v = 0; v < MV; ++v) acc[v] = V::loadu(cj + v * L);
+    for (int v = 0; v < MV; ++v) acc[v] = from_zero ? V::zero() : V::loadu(cj + v * L);
     const typename V::Real *ak = a;
     const typename V::Real *bk = b + j;
     for (long k = 0; k < kc; ++k) {
@@ -93,7 +94,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
   using T = std::conditional_t<std::is_same_v<typename V::Real, float>, kaf_complex, kaf_dcomplex>;
   static void run(long kc, const typename V::Real *a, const typename V::Real *b, T *c_elems,
-                  long ldc) {
+                  long ldc, bool from_zero) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   typename V::Real *c = reinterpret_cast<typename V::Real *>(c_elems);
@@ -102,7 +103,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) acc[j][v] = V::loadu(c + j * ldr + v * L);
+    for (int v = 0; v < MV; ++v) acc[j][v] = from_zero ? V::zero() : V::loadu(c + j * ldr + v * L);
   for (long k = 0; k < kc; ++k) {
     R a1[MV], a2[MV];
 #pragma GCC unroll 8

@@ -3,3 +3,5 @@
 if(TARGET test_matmul)
   target_compile_options(test_matmul PRIVATE -ffp-contract=off)
 endif()
+set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/fuzz_gemm.cpp PROPERTIES
+                            COMPILE_OPTIONS -ffp-contract=off)
