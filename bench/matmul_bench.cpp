@@ -202,8 +202,9 @@ template <typename T> void run(const shape &s, int rounds) {
   for (auto &x : b) x = value<T>(rnd());
   const T alpha = value<T>(1), beta = value<T>(0);
   const double work = K::flops * double(s.m) * s.n * s.k;
-  // Enough calls per timing to last about 0.1 s.
-  int reps = std::max(1, int(0.1 / (work / 30e9)));
+  // Enough calls per timing to last about 30 ms: short timings, many
+  // rounds, best of each, so that a shared machine's interruptions drop out.
+  int reps = std::max(1, int(0.03 / (work / 40e9)));
   double best[3] = {1e30, 1e30, 1e30};
   for (int r = 0; r < rounds; ++r)
     for (int impl = 0; impl < 3; ++impl) {
@@ -228,7 +229,7 @@ template <typename T> void run(const shape &s, int rounds) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  int rounds = argc > 1 ? std::atoi(argv[1]) : 3;
+  int rounds = argc > 1 ? std::atoi(argv[1]) : 7;
   const char *only = argc > 2 ? argv[2] : nullptr;
   std::printf("kernel path: %s; OpenBLAS core: %s; config: %s\n", __KAFf90_gemm_kernel(),
               openblas_get_corename(), openblas_get_config());

@@ -154,9 +154,17 @@ void pack_a(const T *x, long ld, long i0, long mc, long p0, long kc, int mr,
   constexpr long E = element<T>::complex ? 4 : 1;  // Real values per row slot
   const long panel_size = mr * kc * E;
   const T pad[1] = {pad_value<T>()};
+  // Each column (row) of the block is a short run in a different page,
+  // which the hardware prefetchers pick up late: ask for a few ahead.
+  constexpr long ahead = 6;
+  auto prefetch_run = [](const T *run, long count) {
+    const char *p = reinterpret_cast<const char *>(run);
+    for (long off = 0; off < long(sizeof(T)) * count; off += 64) __builtin_prefetch(p + off, 0, 2);
+  };
   if constexpr (Trans == 0) {
     for (long k = 0; k < kc; ++k) {
       const T *col = x + i0 + (p0 + k) * ld;
+      if (k + ahead < kc) prefetch_run(col + ahead * ld, mc);
       for (long ir = 0; ir < mc; ir += mr) {
         const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
         Real *d = dst + (ir / mr) * panel_size + k * mr * E;
@@ -170,6 +178,7 @@ void pack_a(const T *x, long ld, long i0, long mc, long p0, long kc, int mr,
       Real *panel = dst + (ir / mr) * panel_size;
       for (int i = 0; i < rows; ++i) {
         const T *row = x + p0 + (i0 + ir + i) * ld;
+        if (ir + i + ahead < mc) prefetch_run(row + ahead * ld, kc);
         for (long k = 0; k < kc; ++k)
           put_a_column<T, Trans == 2>(panel + k * mr * E, mr, i, row + k, 1);
       }
