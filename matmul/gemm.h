@@ -66,12 +66,25 @@ using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
 // short_rows[v] computes v * rows_per_vec rows of all nr columns (over the
 // same packed panels as the full tile).
 constexpr int max_nr = 8, max_mv = 14;
+// Packers: pack_a[trans] fills the packed A block with rows [i0, i0+mc),
+// columns [p0, p0+kc) of op(A); pack_b[2*trans + scale] the packed B block
+// with rows [p0, p0+kc), columns [j0, j0+nc) of op(B), times alpha when
+// scale is 1. trans: 0 as stored, 1 transposed, 2 conjugate transposed.
+template <typename T>
+using pack_a_fn = void (*)(const T *x, long ld, long i0, long mc, long p0, long kc, int mr,
+                           typename element<T>::Real *dst);
+template <typename T>
+using pack_b_fn = void (*)(const T *x, long ld, T alpha, long p0, long kc, long j0, long nc,
+                           int nr, T *dst);
+
 template <typename T> struct kernel_set {
   int mr, nr, kc, mc, nc;
   int rows_per_vec;  // rows of C in one vector register
   tile_kernel<T> full;
   std::array<tile_kernel<T>, max_nr + 1> narrow;
   std::array<tile_kernel<T>, max_mv + 1> short_rows;
+  std::array<pack_a_fn<T>, 3> pack_a;
+  std::array<pack_b_fn<T>, 6> pack_b;
 };
 
 // Kernel sets of each path, defined in the file of that vector unit

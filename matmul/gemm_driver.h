@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "kafrts/engine.h"
 #include "kafrts/runtime.h"
@@ -35,10 +34,17 @@ inline bool is_one(float x) { return x == 1; }
 inline bool is_one(double x) { return x == 1; }
 inline bool is_one(kaf_complex x) { return x.re == 1 && x.im == 0; }
 inline bool is_one(kaf_dcomplex x) { return x.re == 1 && x.im == 0; }
-inline float times(float x, float y) { return x * y; }
-inline double times(double x, double y) { return x * y; }
-template <typename C> inline C times(C x, C y) {
-  return C{x.re * y.re - x.im * y.im, x.re * y.im + x.im * y.re};
+// A product kept apart from the sum that follows (no fusing, whatever the
+// vectoriser recognises; see gemm_pack.h).
+template <typename R> static inline R product(R x, R y) {
+  R p = x * y;
+  __asm__("" : "+x"(p));
+  return p;
+}
+static inline float times(float x, float y) { return product(x, y); }
+static inline double times(double x, double y) { return product(x, y); }
+template <typename C> static inline C times(C x, C y) {
+  return C{product(x.re, y.re) - product(x.im, y.im), product(x.re, y.im) + product(x.im, y.re)};
 }
 inline float conjugate(float x) { return x; }
 inline double conjugate(double x) { return x; }
@@ -112,145 +118,6 @@ template <typename T> struct operand {
   int trans;  // 0 as stored, 1 transposed, 2 conjugate transposed
 };
 
-template <typename T> inline T pad_value() {
-  // A quiet NaN: padded lanes must not raise invalid (0 x Inf) or overflow,
-  // and a quiet NaN raises nothing in a product or a sum.
-  using Real = typename element<T>::Real;
-  constexpr Real q = std::numeric_limits<Real>::quiet_NaN();
-  if constexpr (element<T>::complex)
-    return T{q, q};
-  else
-    return q;
-}
-
-// Writes n elements (conjugated when Conj) into column k of a packed A
-// micro-panel of mr rows starting at row i, each element followed, for the
-// complex kinds, by its rotated copy (-im, re) mr elements further on.
-template <typename T, bool Conj>
-inline void put_a_column(typename element<T>::Real *col, int mr, int i, const T *src, int n) {
-  using Real = typename element<T>::Real;
-  if constexpr (element<T>::complex) {
-    const Real *s = reinterpret_cast<const Real *>(src);
-    Real *d1 = col + 2 * i, *d2 = col + 2 * mr + 2 * i;
-    for (int r = 0; r < n; ++r) {
-      const Real re = s[2 * r], im = Conj ? -s[2 * r + 1] : s[2 * r + 1];
-      d1[2 * r] = re;
-      d1[2 * r + 1] = im;
-      d2[2 * r] = -im;
-      d2[2 * r + 1] = re;
-    }
-  } else {
-    for (int r = 0; r < n; ++r) col[i + r] = src[r];
-  }
-}
-
-// Packs rows [i0, i0+mc) by columns [p0, p0+kc) of op(A) into micro-panels
-// of mr rows, padding the last panel. Trans 0: A as stored, read down its
-// columns; otherwise rows of op(A) are columns of A, read along them.
-template <typename T, int Trans>
-void pack_a(const T *x, long ld, long i0, long mc, long p0, long kc, int mr,
-            typename element<T>::Real *dst) {
-  using Real = typename element<T>::Real;
-  constexpr long E = element<T>::complex ? 4 : 1;  // Real values per row slot
-  const long panel_size = mr * kc * E;
-  const T pad[1] = {pad_value<T>()};
-  // Each column (row) of the block is a short run in a different page,
-  // which the hardware prefetchers pick up late: ask for a few ahead.
-  constexpr long ahead = 6;
-  auto prefetch_run = [](const T *run, long count) {
-    const char *p = reinterpret_cast<const char *>(run);
-    for (long off = 0; off < long(sizeof(T)) * count; off += 64) __builtin_prefetch(p + off, 0, 2);
-  };
-  if constexpr (Trans == 0) {
-    for (long k = 0; k < kc; ++k) {
-      const T *col = x + i0 + (p0 + k) * ld;
-      if (k + ahead < kc) prefetch_run(col + ahead * ld, mc);
-      for (long ir = 0; ir < mc; ir += mr) {
-        const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
-        Real *d = dst + (ir / mr) * panel_size + k * mr * E;
-        put_a_column<T, false>(d, mr, 0, col + ir, rows);
-        for (int i = rows; i < mr; ++i) put_a_column<T, false>(d, mr, i, pad, 1);
-      }
-    }
-  } else {
-    for (long ir = 0; ir < mc; ir += mr) {
-      const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
-      Real *panel = dst + (ir / mr) * panel_size;
-      for (int i = 0; i < rows; ++i) {
-        const T *row = x + p0 + (i0 + ir + i) * ld;
-        if (ir + i + ahead < mc) prefetch_run(row + ahead * ld, kc);
-        for (long k = 0; k < kc; ++k)
-          put_a_column<T, Trans == 2>(panel + k * mr * E, mr, i, row + k, 1);
-      }
-      for (long k = 0; k < kc; ++k)
-        for (int i = rows; i < mr; ++i) put_a_column<T, false>(panel + k * mr * E, mr, i, pad, 1);
-    }
-  }
-}
-
-// One element of the packed B block.
-template <typename T, int Trans, bool Scale> inline T b_value(T v, T alpha) {
-  if constexpr (Trans == 2) v = conjugate(v);
-  if constexpr (Scale) v = times(alpha, v);
-  return v;
-}
-
-// Packs alpha * op(B) (op(B) itself when Scale is false) for rows
-// [p0, p0+kc), columns [j0, j0+nc) into micro-panels of nr columns (per k,
-// nr elements), padding the last one.
-template <typename T, int Trans, bool Scale>
-void pack_b(const T *x, long ld, T alpha, long p0, long kc, long j0, long nc, int nr, T *dst) {
-  const T pad = pad_value<T>();
-  for (long jr = 0; jr < nc; jr += nr) {
-    T *panel = dst + jr * kc;
-    const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
-    if constexpr (Trans == 0) {
-      for (int j = 0; j < cols; ++j) {
-        const T *col = x + p0 + (j0 + jr + j) * ld;
-        for (long k = 0; k < kc; ++k) panel[k * nr + j] = b_value<T, Trans, Scale>(col[k], alpha);
-      }
-    } else {
-      for (long k = 0; k < kc; ++k) {
-        const T *row = x + (j0 + jr) + (p0 + k) * ld;
-        for (int j = 0; j < cols; ++j) panel[k * nr + j] = b_value<T, Trans, Scale>(row[j], alpha);
-      }
-    }
-    for (long k = 0; k < kc; ++k)
-      for (int j = cols; j < nr; ++j) panel[k * nr + j] = pad;
-  }
-}
-
-template <typename T>
-void pack_a_any(const operand<T> &A, long i0, long mc, long p0, long kc, int mr,
-                typename element<T>::Real *dst) {
-  if (A.trans == 0)
-    pack_a<T, 0>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
-  else if (A.trans == 1)
-    pack_a<T, 1>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
-  else
-    pack_a<T, 2>(A.x, A.ld, i0, mc, p0, kc, mr, dst);
-}
-
-template <typename T>
-void pack_b_any(const operand<T> &B, T alpha, bool scale, long p0, long kc, long j0, long nc,
-                int nr, T *dst) {
-  if (scale) {
-    if (B.trans == 0)
-      pack_b<T, 0, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-    else if (B.trans == 1)
-      pack_b<T, 1, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-    else
-      pack_b<T, 2, true>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-  } else {
-    if (B.trans == 0)
-      pack_b<T, 0, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-    else if (B.trans == 1)
-      pack_b<T, 1, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-    else
-      pack_b<T, 2, false>(B.x, B.ld, alpha, p0, kc, j0, nc, nr, dst);
-  }
-}
-
 // Largest tile of any kernel set (single precision AVX-512: 48 x 8).
 constexpr int max_tile_elements = 48 * 8;
 
@@ -318,10 +185,10 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
     const long nc = n - j0 < ks.nc ? n - j0 : ks.nc;
     for (long p0 = 0; p0 < k; p0 += ks.kc) {
       const long kc = k - p0 < ks.kc ? k - p0 : ks.kc;
-      pack_b_any(B, alpha, scale, p0, kc, j0, nc, ks.nr, bbuf);
+      ks.pack_b[2 * B.trans + (scale ? 1 : 0)](B.x, B.ld, alpha, p0, kc, j0, nc, ks.nr, bbuf);
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
         const long mc = m - i0 < ks.mc ? m - i0 : ks.mc;
-        pack_a_any(A, i0, mc, p0, kc, ks.mr, w.a);
+        ks.pack_a[A.trans](A.x, A.ld, i0, mc, p0, kc, ks.mr, w.a);
         run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0);
       }
     }

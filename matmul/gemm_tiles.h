@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "matmul/gemm.h"
+#include "matmul/gemm_pack.h"
 
 namespace kaf_gemm {
 
@@ -151,6 +152,11 @@ constexpr kernel_set<T> make_set(int kc, int mc, int nc) {
   [&s]<int... v>(std::integer_sequence<int, v...>) {
     ((s.short_rows[v + 1] = &K<V, v + 1, NR, MV, NR>::run), ...);
   }(std::make_integer_sequence<int, MV>{});
+  using P = packing<V, T>;
+  s.pack_a = {&P::template pack_a<0>, &P::template pack_a<1>, &P::template pack_a<2>};
+  s.pack_b = {&P::template pack_b<0, false>, &P::template pack_b<0, true>,
+              &P::template pack_b<1, false>, &P::template pack_b<1, true>,
+              &P::template pack_b<2, false>, &P::template pack_b<2, true>};
   return s;
 }
 

@@ -5,3 +5,6 @@ if(TARGET test_matmul)
 endif()
 set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/fuzz_gemm.cpp PROPERTIES
                             COMPILE_OPTIONS -ffp-contract=off)
+add_test(NAME matmul.no_fused_multiply_add
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/check_no_fma.sh $<TARGET_OBJECTS:kafrts>
+         COMMAND_EXPAND_LISTS)
