@@ -237,8 +237,9 @@ void gemm(const member &who, const char *transa, const char *transb, const std::
   // C := beta*C first; zero when beta is 0, so NaNs in C do not survive
   // (with products to add, the first k block starts from zero instead).
   const bool clear_c = is_zero(beta) && !alpha_zero && k > 0;
-  if (is_zero(beta) && !clear_c) {
-    for (long j = 0; j < n; ++j) std::memset(static_cast<void *>(c + j * ldc), 0, sizeof(T) * m);
+  if (is_zero(beta)) {
+    if (!clear_c)
+      for (long j = 0; j < n; ++j) std::memset(static_cast<void *>(c + j * ldc), 0, sizeof(T) * m);
   } else if (!is_one(beta)) {
     for (long j = 0; j < n; ++j)
       for (long i = 0; i < m; ++i) c[i + j * ldc] = times(beta, c[i + j * ldc]);

@@ -3,6 +3,7 @@
 // alpha and beta other than 0 and 1, leading dimensions larger than needed.
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <thread>
 
 #include "tests/matmul/gemm_reference.h"
@@ -176,6 +177,34 @@ template <typename T> void beta_zero_clears() {
   reference<T>('N', 'N', m, n, k, alpha, a, m, b, k, zero, want, ldc);
   call('N', 'N', m, n, k, &alpha, a.data(), m, b.data(), k, &zero, c.data(), ldc);
   EXPECT_EQ(0, std::memcmp(c.data(), want.data(), sizeof(T) * c.size()));
+}
+
+// Clearing C is not multiplying it by zero: infinities in C raise no
+// invalid-operation flag, on the quick path (alpha 0) or with products, and
+// neither do the padded rows and columns of partial tiles.
+template <typename T> void beta_zero_raises_nothing() {
+  std::mt19937_64 rng(12);
+  const T zero = from_real<T>(0, 0), alpha = alpha_value<T>();
+  for (long m : {1L, 29L, 57L})
+    for (long k : {0L, 5L, 300L}) {
+      const long n = 13;
+      auto a = random_matrix<T>(rng, m * k + 1), b = random_matrix<T>(rng, k * n + 1);
+      auto c = poisoned<T>(m * n);
+      std::feclearexcept(FE_ALL_EXCEPT);
+      call('N', 'T', m, n, k, &alpha, a.data(), m, b.data(), n, &zero, c.data(), m);
+      EXPECT_FALSE(std::fetestexcept(FE_INVALID)) << "alpha != 0, M=" << m << " K=" << k;
+      c = poisoned<T>(m * n);
+      std::feclearexcept(FE_ALL_EXCEPT);
+      call('N', 'T', m, n, k, &zero, a.data(), m, b.data(), n, &zero, c.data(), m);
+      EXPECT_FALSE(std::fetestexcept(FE_INVALID)) << "alpha 0, M=" << m << " K=" << k;
+    }
+}
+
+TEST(GemmScalars, BetaZeroRaisesNoInvalid) {
+  beta_zero_raises_nothing<float>();
+  beta_zero_raises_nothing<double>();
+  beta_zero_raises_nothing<kaf_complex>();
+  beta_zero_raises_nothing<kaf_dcomplex>();
 }
 
 TEST(GemmScalars, BetaZeroClearsNaNs) {
