@@ -120,17 +120,28 @@ template <class Unit, typename T> struct packing {
   // Packs alpha * op(B) (op(B) itself when Scale is false) for rows
   // [p0, p0+kc), columns [j0, j0+nc) into micro-panels of nr columns (per
   // k, nr elements), padding the last one.
-  template <int Trans, bool Scale>
-  static void pack_b(const T *x, long ld, T alpha, long p0, long kc, long j0, long nc, int nr,
+  // NR is the kernel set's nr (the argument nr is the same number), known
+  // here at compile time so that the per-k rows of nr elements unroll.
+  template <int Trans, bool Scale, int NR>
+  static void pack_b(const T *x, long ld, T alpha, long p0, long kc, long j0, long nc, int,
                      T *dst) {
+    constexpr int nr = NR;
     const T pad = pad_value();
     for (long jr = 0; jr < nc; jr += nr) {
       T *panel = dst + jr * kc;
       const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
       if constexpr (Trans == 0) {
-        for (int j = 0; j < cols; ++j) {
-          const T *col = x + p0 + (j0 + jr + j) * ld;
-          for (long k = 0; k < kc; ++k) panel[k * nr + j] = b_value<Trans, Scale>(col[k], alpha);
+        if (cols == nr) {
+          const T *col = x + p0 + (j0 + jr) * ld;
+          for (long k = 0; k < kc; ++k)
+#pragma GCC unroll 8
+            for (int j = 0; j < nr; ++j)
+              panel[k * nr + j] = b_value<Trans, Scale>(col[k + j * ld], alpha);
+        } else {
+          for (int j = 0; j < cols; ++j) {
+            const T *col = x + p0 + (j0 + jr + j) * ld;
+            for (long k = 0; k < kc; ++k) panel[k * nr + j] = b_value<Trans, Scale>(col[k], alpha);
+          }
         }
       } else {
         for (long k = 0; k < kc; ++k) {

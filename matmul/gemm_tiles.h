@@ -154,9 +154,9 @@ constexpr kernel_set<T> make_set(int kc, int mc, int nc) {
   }(std::make_integer_sequence<int, MV>{});
   using P = packing<V, T>;
   s.pack_a = {&P::template pack_a<0>, &P::template pack_a<1>, &P::template pack_a<2>};
-  s.pack_b = {&P::template pack_b<0, false>, &P::template pack_b<0, true>,
-              &P::template pack_b<1, false>, &P::template pack_b<1, true>,
-              &P::template pack_b<2, false>, &P::template pack_b<2, true>};
+  s.pack_b = {&P::template pack_b<0, false, NR>, &P::template pack_b<0, true, NR>,
+              &P::template pack_b<1, false, NR>, &P::template pack_b<1, true, NR>,
+              &P::template pack_b<2, false, NR>, &P::template pack_b<2, true, NR>};
   return s;
 }
 
