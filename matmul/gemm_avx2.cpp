@@ -37,14 +37,14 @@ struct avx2_s {
 
 // Real: 2 x 6 accumulators, 2 of A, one broadcast, one product.
 constinit const kernel_set<double> d_avx2 =
-    make_set<double, tile_real, avx2_d, 2, 6>(256, 192, 3072);
+    make_set<double, tile_real, avx2_d, 2, 6>(256, 192, 1020);
 constinit const kernel_set<float> s_avx2 =
-    make_set<float, tile_real, avx2_s, 2, 6>(256, 192, 3072);
+    make_set<float, tile_real, avx2_s, 2, 6>(256, 192, 2046);
 // Complex: 2 x 3 accumulators, 4 of A (direct and rotated), 2 broadcasts,
 // 2 products.
 constinit const kernel_set<kaf_dcomplex> z_avx2 =
-    make_set<kaf_dcomplex, tile_complex, avx2_d, 2, 3>(256, 96, 1536);
+    make_set<kaf_dcomplex, tile_complex, avx2_d, 2, 3>(256, 96, 510);
 constinit const kernel_set<kaf_complex> c_avx2 =
-    make_set<kaf_complex, tile_complex, avx2_s, 2, 3>(256, 96, 1536);
+    make_set<kaf_complex, tile_complex, avx2_s, 2, 3>(256, 96, 1020);
 
 }  // namespace kaf_gemm

@@ -62,11 +62,15 @@ inline int trans_code(char t) {
 
 // Process-wide work buffers of one member, taken by one call at a time;
 // a call that finds them taken (another thread) allocates its own.
+// Sizes: room for the largest packed A block of any path (768 KiB, double
+// precision AVX-512), and for a B block of 1 MiB: K x N up to 256 x 512 in
+// double precision. Larger problems spend far longer computing than
+// allocating. Untouched pages cost nothing.
 template <typename T> struct static_buffers {
-  static constexpr std::size_t bytes = 512 * 1024;
+  static constexpr std::size_t a_bytes = 1024 * 1024, b_bytes = 1024 * 1024;
   using Real = typename element<T>::Real;
-  alignas(64) static inline Real a[bytes / sizeof(Real)];
-  alignas(64) static inline Real b[bytes / sizeof(Real)];
+  alignas(64) static inline Real a[a_bytes / sizeof(Real)];
+  alignas(64) static inline Real b[b_bytes / sizeof(Real)];
   static inline std::atomic<bool> busy{false};
 };
 
@@ -83,7 +87,8 @@ template <typename T> struct work {
 // allocates (with room to align to 64 bytes).
 template <typename T> void take_work(work<T> &w, std::size_t a_bytes, std::size_t b_bytes) {
   using S = static_buffers<T>;
-  if (a_bytes <= S::bytes && b_bytes <= S::bytes && !S::busy.exchange(true, std::memory_order_acquire)) {
+  if (a_bytes <= S::a_bytes && b_bytes <= S::b_bytes &&
+      !S::busy.exchange(true, std::memory_order_acquire)) {
     w.a = S::a;
     w.b = S::b;
     w.shared = true;

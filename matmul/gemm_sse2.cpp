@@ -47,8 +47,8 @@ constinit const kernel_set<float> s_sse2 =
 // complex, 4 x 3 in single), 4 registers of A (direct and rotated), 2
 // broadcasts and 2 products: all 16 registers.
 constinit const kernel_set<kaf_dcomplex> z_sse2 =
-    make_set<kaf_dcomplex, tile_complex, sse2_d, 2, 3>(256, 96, 1536);
+    make_set<kaf_dcomplex, tile_complex, sse2_d, 2, 3>(256, 96, 510);
 constinit const kernel_set<kaf_complex> c_sse2 =
-    make_set<kaf_complex, tile_complex, sse2_s, 2, 3>(256, 96, 1536);
+    make_set<kaf_complex, tile_complex, sse2_s, 2, 3>(256, 96, 1020);
 
 }  // namespace kaf_gemm
