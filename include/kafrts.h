@@ -8,6 +8,11 @@
 #include "kafrts/common.h"
 #include "kafrts/runtime.h"
 #include "kafrts/engine.h"
+#include "kafrts/memory.h"
+#include "kafrts/io.h"
+#include "kafrts/format.h"
+#include "kafrts/freal.h"
+#include "kafrts/arrays.h"
 #include "kafrts/matmul.h"
 
 #endif

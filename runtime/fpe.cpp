@@ -8,7 +8,8 @@
 
 extern "C" {
 
-void __KAFf90_signal_handler(int signal, siginfo_t *info, void *) {
+void __KAFf90_signal_handler(int signal, void *raw_info, void *) {
+  const auto *info = static_cast<const siginfo_t *>(raw_info);
   __KAFf90_rtmsg_start();
   FILE *stream = __KAFf90_runtime_error_file ? __KAFf90_runtime_error_file : stderr;
   if (signal != SIGFPE) {
@@ -35,9 +36,21 @@ void __KAFf90_signal_handler(int signal, siginfo_t *info, void *) {
   std::abort();
 }
 
+}  // extern "C"
+
+namespace {
+// The exported handler takes the signal information as void * so that the
+// public header needs no POSIX types; the kernel calls this one.
+void deliver(int signal, siginfo_t *info, void *context) {
+  __KAFf90_signal_handler(signal, info, context);
+}
+}  // namespace
+
+extern "C" {
+
 void __KAFf90_establish_sigfpe_handler(void) {
   struct sigaction action {};
-  action.sa_sigaction = __KAFf90_signal_handler;
+  action.sa_sigaction = deliver;
   sigemptyset(&action.sa_mask);
   action.sa_flags = SA_SIGINFO;
   sigaction(SIGFPE, &action, nullptr);

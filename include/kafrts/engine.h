@@ -36,9 +36,13 @@ typedef struct kaf_image_head {
 KAF_API void *__KAFf90_tls_pget(int32_t key);
 
 /* ---- Storage allocator --------------------------------------------------
- * Every block goes back with the size it was taken with. The z forms
+ * Every block goes back with the size it was taken with; each release is
+ * checked against the allocator's records (never against the block itself)
+ * and a release of something not handed out, already released, part of a
+ * block or with another size is reported (see docs/memory.md). The z forms
  * return zero-filled storage; the l forms take the source file and line of
- * the statement first. A zero-byte request gives a valid, distinct address. */
+ * the statement first. A zero-byte request returns the zero-size marker
+ * 0xFFFFFFFF, which every release accepts with any size. Thread-safe. */
 KAF_API void *__KAFf90_oAlloc(size_t size);   /* compiler storage, temporaries */
 KAF_API void *__KAFf90_zoAlloc(size_t size);
 KAF_API void *__KAFf90_pAlloc(size_t size);   /* ALLOCATE of a pointer */
@@ -55,10 +59,12 @@ KAF_API void *__KAFf90_laAlloc(const char *file, int32_t line, size_t size);
 KAF_API void *__KAFf90_lzaAlloc(const char *file, int32_t line, size_t size);
 KAF_API void __KAFf90_loDeAlloc(const char *file, int32_t line, void *address, size_t size);
 KAF_API void __KAFf90_lpDeAlloc(const char *file, int32_t line, void *address, size_t size);
-/* Resizes a block taken by oAlloc/zoAlloc; the contents up to the smaller
- * size are kept. Null when the new size cannot be had (the old block stays). */
+/* Resizes a block; the contents up to the smaller size are kept. Null when
+ * the new size cannot be had (the old block stays). From null or the marker
+ * it allocates; to size 0 it releases and returns the marker. */
 KAF_API void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size);
-/* Releases the allocator's tracking structures at process end. */
+/* At process end: forgets the records of released blocks and returns the
+ * freed large blocks kept for reuse; live blocks stay valid. */
 KAF_API void __KAFf90_delete_avlpat(void);
 
 /* ---- I/O engine -------------------------------------------------------- */

@@ -4,8 +4,6 @@
 #ifndef KAFRTS_RUNTIME_H
 #define KAFRTS_RUNTIME_H
 
-#include <signal.h>
-
 #include "kafrts/common.h"
 
 KAF_EXTERN_C_BEGIN
@@ -113,7 +111,8 @@ KAF_API extern int32_t __KAFf90_lineno;       /* current line; 0: no tracking */
  * traps, 3 no traps with flush-to-zero. */
 KAF_API void __KAFf90_init_fp(int32_t mode);
 KAF_API void __KAFf90_establish_sigfpe_handler(void);
-KAF_API void __KAFf90_signal_handler(int signal, siginfo_t *info, void *context);
+/* The SIGFPE handler (an SA_SIGINFO handler: info is a siginfo_t *). */
+KAF_API void __KAFf90_signal_handler(int signal, void *info, void *context);
 /* Entry to and exit from a program unit compiled with line tracking. */
 KAF_API void __KAFf90_enter_pu(const char *routine_name);
 KAF_API void __KAFf90_exit_pu(void);

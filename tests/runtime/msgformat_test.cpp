@@ -130,6 +130,24 @@ TEST(MessageText, UnknownCodes) {
             "BAD INSERTION CODE(70)|BAD INSERTION CODE(71)|7");
 }
 
+TEST(MessageText, RealValues) {
+  // Into memory: F editing inside the bounds, E editing outside them.
+  EXPECT_EQ(expand("[$F]", 2.5), "[2.500000]");
+  // Width zero: the optional zero before the point is left out.
+  EXPECT_EQ(expand("[$F]", -0.125), "[-.125000]");
+  EXPECT_EQ(expand("[$F]", 1e20), "[1.0000000000000000E+20]");
+  // Every digit of the stored value is shown (1e29 is not a binary64).
+  EXPECT_EQ(expand("[$G]", kaf_dd{1e29, 0.0}), "[99999999999999991433150857216.000000]");
+  EXPECT_EQ(expand("[$G]", kaf_dd{1e29, 8566849142784.0}),
+            "[100000000000000000000000000000.000000]");
+  EXPECT_EQ(expand("[$G]", kaf_dd{-1e30, 0.0}), "[-1.00000000000000001988462483865600E+30]");
+  // $Q (a 16-byte real) is a double-double, edited on both targets.
+  EXPECT_EQ(expand(E_rtmsg[256], kaf_dd{3.0, 0.0}, "INTEGER(int8)"),
+            "Overflow converting 3.000000 to INTEGER(int8)");
+  EXPECT_EQ(expand_to_stream("$1C overflow for $2C of $3Q", "INT", "ABS", kaf_dd{0.5, 0.0}),
+            "INT overflow for ABS of .500000");
+}
+
 TEST(MessageText, StreamAndMemoryAgree) {
   EXPECT_EQ(expand_to_stream(E_rtmsg[20], 2, "grid", int64_t{11}, int64_t{1}, int64_t{10}),
             expand(E_rtmsg[20], 2, "grid", int64_t{11}, int64_t{1}, int64_t{10}));
@@ -142,8 +160,19 @@ kaf_unit_facts facts(int scratch, int standard, const char *name, int async, int
   return kaf_unit_facts{scratch, standard, name, async, formatted, access};
 }
 
+}  // namespace
+
+// The six facts of a unit come from the engine. This test program stands in
+// for it, so that every combination can be described without opening files
+// (no other test here has a unit of the engine's own); the engine's tests
+// check the description of real units end to end.
+extern "C" void __KAFf90_unit_facts(const void *unit, kaf_unit_facts *facts) {
+  *facts = *static_cast<const kaf_unit_facts *>(unit);
+}
+
+namespace {
+
 TEST(MessageText, UnitDescriptions) {
-  // Until the engine's unit table exists, a unit is described by its facts.
   auto f = facts(0, 0, "data.txt", 0, 1, 0);
   EXPECT_EQ(expand(E_rtmsg[350], 10, &f),
             "Program terminated by I/O error on unit 10 (File=\"data.txt\",Formatted,Sequential)");

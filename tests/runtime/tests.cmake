@@ -5,6 +5,8 @@
 target_sources(test_runtime PRIVATE
   ${CMAKE_SOURCE_DIR}/runtime/msgformat.cpp
   ${CMAKE_SOURCE_DIR}/runtime/insert_real.cpp
+  ${CMAKE_SOURCE_DIR}/format/decimal.cpp
+  ${CMAKE_SOURCE_DIR}/format/freal_edit.cpp
   ${CMAKE_SOURCE_DIR}/runtime/messages_en.cpp
   ${KAF_MESSAGES_JA_CPP})
 add_dependencies(test_runtime kaf_messages_ja)

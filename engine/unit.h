@@ -1,0 +1,127 @@
+// The engine's unit record and unit table, shared by OPEN/CLOSE, the
+// statement begin and end calls and the error exit.
+#pragma once
+
+#include <pthread.h>
+
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "format/context.h"
+
+enum unit_access : std::int32_t { ACCESS_SEQUENTIAL = 0, ACCESS_DIRECT = 1, ACCESS_STREAM = 2 };
+enum unit_action : std::int32_t { ACTION_READ = 1, ACTION_WRITE = 2, ACTION_READWRITE = 3 };
+enum unit_last_op : std::int32_t { LAST_NONE = 0, LAST_READ = 1, LAST_WRITE = 2 };
+
+struct unit_rec {
+  kaf_unit_head head;    // first: what the editing layer reads
+  std::FILE *stream;
+  char *name;            // NUL-terminated, allocator storage of name_size bytes
+  std::size_t name_size;
+  std::int32_t standard;  // 1 stdin, 2 stdout, 3 the runtime error stream, 0 a file
+  std::int32_t scratch;
+  std::int32_t formatted;
+  std::int32_t access;
+  std::int32_t action;
+  std::int32_t position;  // 0 ASIS, 1 REWIND, 2 APPEND
+  std::int32_t delim;     // 0 NONE, '\'' or '"'
+  std::int32_t asynchronous;
+  std::int64_t recl;      // 0: no limit
+  std::int32_t last_op;
+  std::int32_t at_end;    // a READ met the end of file
+  // Output: committed records wait in wbuf[0, wlen); the record being built
+  // follows them at wbuf + wlen (and stays there across a non-advancing
+  // WRITE, kept_len characters long).
+  char *wbuf;
+  std::size_t wlen, wcap;
+  std::int32_t kept_open;  // a non-advancing WRITE left its record open
+  // Input: rbuf[rpos, rlen) is read but not consumed.
+  char *rbuf;
+  std::size_t rpos, rlen, rcap;
+  std::int32_t eof_seen;   // the stream has nothing more
+  // A non-advancing READ left its record partly read.
+  std::int32_t rec_pending;
+  char *rec;
+  std::int64_t rec_len, rec_pos;
+  // One statement at a time per unit (images are threads).
+  pthread_mutex_t mutex;
+  pthread_t owner;
+  std::int32_t busy;
+};
+
+// The unit table's lock: recursive, since a fatal report met while it is
+// held ends I/O (__KAFf90_io_finish) on the same thread.
+struct table_guard {
+  table_guard();
+  ~table_guard();
+  table_guard(const table_guard &) = delete;
+  table_guard &operator=(const table_guard &) = delete;
+};
+
+// Takes the unit for the statement begun on ctx; a statement that is
+// already running on this unit on this thread (I/O from a function called
+// in an I/O list) is reported as recursive I/O.
+void claim_unit(kaf_ioctx *ctx, unit_rec *u);
+// Gives the unit back (at the end call, or when an error ended the
+// statement); nothing when ctx holds no unit.
+void release_unit(kaf_ioctx *ctx);
+
+// The unit of number, or null when none is connected (units 0, 5 and 6 are
+// connected at first use unless closed).
+unit_rec *find_unit(std::int64_t number);
+// Flushes committed output records to the stream.
+bool drain_output(unit_rec *u);
+// Ends a record left open by a non-advancing WRITE.
+bool commit_kept_record(unit_rec *u);
+// The first newline in [p, end), or null. Short records are the common
+// case: the first 64 bytes are searched a word at a time before memchr.
+inline char *find_newline(char *p, char *end) {
+  char *stop = end - p > 64 ? p + 64 : end;
+  while (stop - p >= 8) {
+    std::uint64_t v;
+    std::memcpy(&v, p, 8);
+    const std::uint64_t x = v ^ 0x0A0A0A0A0A0A0A0Au;
+    const std::uint64_t zero = (x - 0x0101010101010101u) & ~x & 0x8080808080808080u;
+    if (zero) return p + (std::countr_zero(zero) >> 3);
+    p += 8;
+  }
+  while (p < stop) {
+    if (*p == '\n') return p;
+    ++p;
+  }
+  return p < end ? static_cast<char *>(std::memchr(p, '\n', static_cast<std::size_t>(end - p))) : nullptr;
+}
+
+// Reads the next record (without its newline) into *rec/*len; false at end
+// of file. The record stays valid until the next call.
+bool read_record(unit_rec *u, char **rec, std::int64_t *len);
+// The same when the record is already buffered whole (the usual case).
+inline bool read_buffered_record(unit_rec *u, char **rec, std::int64_t *len) {
+  char *start = u->rbuf + u->rpos;
+  char *nl = u->rpos < u->rlen ? find_newline(start, u->rbuf + u->rlen) : nullptr;
+  if (!nl) return read_record(u, rec, len);
+  *rec = start;
+  *len = nl - start;
+  u->rpos += static_cast<std::size_t>(nl - start) + 1;
+  return true;
+}
+// Makes the stream ready to write after reads (truncating what follows).
+void switch_to_writing(unit_rec *u);
+// Grows wbuf so that at least need bytes are free after wlen + keep.
+bool reserve_output(unit_rec *u, std::size_t keep, std::size_t need);
+
+// Error exit for statements that have no transfer context (OPEN, CLOSE,
+// REWIND): raises code with one insertion through __KAFf90_ioerr.
+std::int32_t statement_error(const char *src_file, std::int32_t src_line, unit_rec *u,
+                             std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                             std::int32_t flags, std::int32_t code, std::int64_t insertion);
+
+// Engine-private statement bits (kaf_ioctx::stmt_bits), besides STMT_NONADVANCING.
+inline constexpr std::uint64_t STMT_HAS_EOR = 2;    // EOR= present
+inline constexpr std::uint64_t STMT_INPUT = 4;
+inline constexpr std::uint64_t STMT_IOSTAT64 = 8;   // reserved: 64-bit IOSTAT=
+inline constexpr std::uint64_t STMT_INTERNAL = 16;
+inline constexpr std::uint64_t STMT_DONE = 32;      // an error ended the statement
+inline constexpr std::uint64_t STMT_CLAIMED = 64;   // the statement holds its unit
