@@ -66,6 +66,9 @@ using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
 // short_rows[v] computes v * rows_per_vec rows of all nr columns (over the
 // same packed panels as the full tile).
 constexpr int max_nr = 8, max_mv = 14;
+// Elements of the largest tile (single precision AVX-512: 48 x 8); the
+// driver's local copy of a partial tile holds this many.
+constexpr int max_tile_elements = 48 * 8;
 // Packers: pack_a[trans] fills the packed A block with rows [i0, i0+mc),
 // columns [p0, p0+kc) of op(A); pack_b[2*trans + scale] the packed B block
 // with rows [p0, p0+kc), columns [j0, j0+nc) of op(B), times alpha when

@@ -46,9 +46,6 @@ static inline double times(double x, double y) { return product(x, y); }
 template <typename C> static inline C times(C x, C y) {
   return C{product(x.re, y.re) - product(x.im, y.im), product(x.re, y.im) + product(x.im, y.re)};
 }
-inline float conjugate(float x) { return x; }
-inline double conjugate(double x) { return x; }
-template <typename C> inline C conjugate(C x) { return C{x.re, -x.im}; }
 
 // 0 for "N", 1 for "T", 2 for "C" (either case), -1 otherwise.
 inline int trans_code(char t) {
@@ -122,9 +119,6 @@ template <typename T> struct operand {
   long ld;
   int trans;  // 0 as stored, 1 transposed, 2 conjugate transposed
 };
-
-// Largest tile of any kernel set (single precision AVX-512: 48 x 8).
-constexpr int max_tile_elements = 48 * 8;
 
 // One block of C (rows [i0, i0+mc), columns [j0, j0+nc)) from the packed
 // blocks. A full tile runs the full kernel in place; a tile short in N

@@ -138,6 +138,7 @@ template <typename T, template <class, int, int, int, int> class K, class V, int
 constexpr kernel_set<T> make_set(int kc, int mc, int nc) {
   static_assert(NR <= max_nr && MV <= max_mv);
   constexpr int per_vec = element<T>::complex ? V::lanes / 2 : V::lanes;
+  static_assert(MV * per_vec * NR <= max_tile_elements);
   kernel_set<T> s{};
   s.mr = MV * per_vec;
   s.nr = NR;
