@@ -12,6 +12,7 @@
 #include "kafrts/io.h"
 #include "kafrts/format.h"
 #include "kafrts/freal.h"
+#include "kafrts/listio.h"
 #include "kafrts/arrays.h"
 #include "kafrts/matmul.h"
 
