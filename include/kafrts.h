@@ -14,6 +14,7 @@
 #include "kafrts/freal.h"
 #include "kafrts/listio.h"
 #include "kafrts/arrays.h"
+#include "kafrts/matmul.h"
 #include "kafrts/ddouble.h"
 
 #endif
