@@ -21,13 +21,13 @@ double seconds_since(std::chrono::steady_clock::time_point t0) {
 }
 
 void open_unit(const char *path, const char *status) {
-  kaf_open_spec spec;
-  std::memset(&spec, 0, sizeof spec);
-  spec.file = path;
-  spec.file_len = std::strlen(path);
-  spec.status = status;
-  spec.status_len = std::strlen(status);
-  if (__KAFf90_openf4x(nullptr, 0, 20, &spec) != 0) std::abort();
+  kaf_open_spec specifiers;
+  std::memset(&specifiers, 0, sizeof specifiers);
+  specifiers.file = path;
+  specifiers.file_len = std::strlen(path);
+  specifiers.status = status;
+  specifiers.status_len = std::strlen(status);
+  if (__KAFf90_openf4x(nullptr, 0, 20, &specifiers) != 0) std::abort();
 }
 
 void close_unit() { __KAFf90_close4(nullptr, 0, 20, nullptr, 0, nullptr, nullptr, 0, 0); }

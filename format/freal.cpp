@@ -168,16 +168,16 @@ bool field_in_buffer(const kaf_ioctx &c) {
 template <typename T>
 kaf_status read_field(kaf_ioctx &c, T *item) {
   clear_field_status(c);
-  kaf::freal::input_spec spec{c.blank_mode == 1, static_cast<char>(c.decimal_char), c.d, c.scale,
+  kaf::freal::input_spec how{c.blank_mode == 1, static_cast<char>(c.decimal_char), c.d, c.scale,
                               c.round_mode};
   kaf::freal::real_input r;
   const auto *p = field_in_buffer(c) ? static_cast<const unsigned char *>(c.buffer) + c.pos : nullptr;
-  if (p && kaf::freal::scan_real_plain(p, p + c.w, spec, kind_of<T>(), &r)) {
+  if (p && kaf::freal::scan_real_plain(p, p + c.w, how, kind_of<T>(), &r)) {
     c.pos += c.w;
     c.nchars += static_cast<std::uint64_t>(c.w);
   } else {
     field_source src{&c, c.w};
-    if (kaf_status s = kaf::freal::scan_real(src, spec, kind_of<T>(), &r)) return s;
+    if (kaf_status s = kaf::freal::scan_real(src, how, kind_of<T>(), &r)) return s;
   }
   store(item, r);
   if (r.error) return __KAFf90_ioerr(&c, r.error);

@@ -19,7 +19,7 @@ const dec::binary_format &format_of(real_kind kind) {
 
 }  // namespace
 
-real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t exp10, const input_spec &spec,
+real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t exp10, const input_spec &how,
                    real_kind kind) {
   real_input r{0, false, 0.0, 0.0};
   // Trailing zeros of the kept digits only scale.
@@ -34,7 +34,7 @@ real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t
   std::uint64_t head = s.head;
   for (; head_n > n; --head_n) head /= 10;
   dec::decimal_number number{s.digits, n, s.sticky, e, head, head_n};
-  dec::rmode m = dec::magnitude_mode(spec.round_mode, negative);
+  dec::rmode m = dec::magnitude_mode(how.round_mode, negative);
   if (kind == real_kind::ddouble) {
     kaf_dd v = dec::to_double_double(number, m, &r.overflow);
     r.hi = v.hi;
@@ -85,9 +85,9 @@ bool is_digit_byte(unsigned char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
-bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &spec,
+bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &how,
                      real_kind kind, real_input *out) {
-  if (spec.blank_zero) return false;
+  if (how.blank_zero) return false;
   while (p < end && (*p == ' ' || *p == '\t')) ++p;
   bool negative = false;
   if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
@@ -118,7 +118,7 @@ bool scan_real_plain(const unsigned char *p, const unsigned char *end, const inp
       if (n <= 19) head = head * 10 + static_cast<std::uint64_t>(*p - '0');
       if (point) ++after_point;
       ++p;
-    } else if (p < end && *p == static_cast<unsigned char>(spec.decimal_char) && !point) {
+    } else if (p < end && *p == static_cast<unsigned char>(how.decimal_char) && !point) {
       point = true;
       ++p;
     } else {
@@ -127,7 +127,7 @@ bool scan_real_plain(const unsigned char *p, const unsigned char *end, const inp
   }
   if (!any) return false;
   std::int64_t shift = -after_point;
-  if (!point && spec.d > 0) shift -= spec.d;
+  if (!point && how.d > 0) shift -= how.d;
   std::int64_t exponent = 0;
   bool has_exponent = false;
   if (p < end && (*p == 'E' || *p == 'e' || *p == 'D' || *p == 'd' || *p == '+' || *p == '-')) {
@@ -147,22 +147,22 @@ bool scan_real_plain(const unsigned char *p, const unsigned char *end, const inp
   s.n = n;
   s.any = true;
   s.head = head;
-  *out = convert_digits(s, negative, shift + (has_exponent ? exponent : -static_cast<std::int64_t>(spec.scale)),
-                        spec, kind);
+  *out = convert_digits(s, negative, shift + (has_exponent ? exponent : -static_cast<std::int64_t>(how.scale)),
+                        how, kind);
   return true;
 }
 
-real_input scan_real_text(const char *text, std::size_t len, const input_spec &spec, real_kind kind) {
+real_input scan_real_text(const char *text, std::size_t len, const input_spec &how, real_kind kind) {
   real_input r;
   const auto *p = reinterpret_cast<const unsigned char *>(text);
-  if (std::memchr(text, 0, len) == nullptr && scan_real_plain(p, p + len, spec, kind, &r)) return r;
-  return scan_real_text_general(text, len, spec, kind);
+  if (std::memchr(text, 0, len) == nullptr && scan_real_plain(p, p + len, how, kind, &r)) return r;
+  return scan_real_text_general(text, len, how, kind);
 }
 
-real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &spec, real_kind kind) {
+real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &how, real_kind kind) {
   text_source src{text, len};
   real_input r;
-  scan_real(src, spec, kind, &r);
+  scan_real(src, how, kind, &r);
   return r;
 }
 

@@ -56,12 +56,12 @@ constexpr std::int64_t kExponentCap = 1000000000;
 // Converts collected digits times 10^exp10 to the kind, rounded in the
 // statement's mode.
 real_input convert_digits(const scan::digit_sink &s, bool negative, std::int64_t exp10,
-                          const input_spec &spec, real_kind kind);
+                          const input_spec &how, real_kind kind);
 
 // Source of field characters: returns a status (nonzero ends the read at
 // once) and sets *ch to the next character, 0 at the end of the field.
 template <typename Source>
-[[gnu::always_inline]] inline std::uint64_t scan_real_body(Source &next, const input_spec &spec, real_kind kind,
+[[gnu::always_inline]] inline std::uint64_t scan_real_body(Source &next, const input_spec &how, real_kind kind,
                                                          real_input *out) {
   std::uint32_t c;
   auto get = [&]() -> std::uint64_t { return next(&c); };
@@ -74,7 +74,7 @@ template <typename Source>
   if (c == '+' || c == '-') {
     negative = c == '-';
     if (std::uint64_t st = get()) return st;
-    if (!spec.blank_zero) {
+    if (!how.blank_zero) {
       while (c != 0 && scan::is_blank(c))
         if (std::uint64_t st = get()) return st;
     }
@@ -121,12 +121,12 @@ template <typename Source>
     for (;;) {
       std::uint32_t v = c - '0';
       if (v > 9) {
-        if (scan::is_blank(c) && spec.blank_zero) {
+        if (scan::is_blank(c) && how.blank_zero) {
           v = 0;
         } else if (scan::is_blank(c)) {
           if (std::uint64_t st = get()) return st;  // BN: ignored
           continue;
-        } else if (c == static_cast<unsigned char>(spec.decimal_char) && !point) {
+        } else if (c == static_cast<unsigned char>(how.decimal_char) && !point) {
           point = true;
           if (std::uint64_t st = get()) return st;
           continue;
@@ -154,7 +154,7 @@ template <typename Source>
   // The position of the digits: those after the point, or an implied
   // decimal point d digits from the right.
   std::int64_t shift = -after_point;
-  if (!point && spec.d > 0) shift -= spec.d;
+  if (!point && how.d > 0) shift -= how.d;
   bool has_exponent = false;
   std::int64_t exponent = 0;
   std::int32_t error = 0;
@@ -164,7 +164,7 @@ template <typename Source>
       has_exponent = true;
       if (u == 'E' || u == 'D') {
         if (std::uint64_t st = get()) return st;
-        while (c != 0 && scan::is_blank(c) && !spec.blank_zero)
+        while (c != 0 && scan::is_blank(c) && !how.blank_zero)
           if (std::uint64_t st = get()) return st;
       }
       bool eneg = false;
@@ -174,7 +174,7 @@ template <typename Source>
       }
       bool any = false;
       for (;;) {
-        if (scan::is_digit(c) || (scan::is_blank(c) && spec.blank_zero)) {
+        if (scan::is_digit(c) || (scan::is_blank(c) && how.blank_zero)) {
           any = true;
           if (exponent < scan::kExponentCap) exponent = exponent * 10 + (scan::is_blank(c) ? 0 : c - '0');
         } else if (!scan::is_blank(c)) {
@@ -189,8 +189,8 @@ template <typename Source>
       error = 1040;
     }
   }
-  std::int64_t exp10 = shift + (has_exponent ? exponent : -static_cast<std::int64_t>(spec.scale));
-  *out = convert_digits(digits, negative, exp10, spec, kind);
+  std::int64_t exp10 = shift + (has_exponent ? exponent : -static_cast<std::int64_t>(how.scale));
+  *out = convert_digits(digits, negative, exp10, how, kind);
   out->error = error;
   return 0;
 }
@@ -198,25 +198,25 @@ template <typename Source>
 // Scans on a copy of the source (held in registers), handing back where it
 // ended.
 template <typename Source>
-inline std::uint64_t scan_real(Source &next, const input_spec &spec, real_kind kind, real_input *out) {
+inline std::uint64_t scan_real(Source &next, const input_spec &how, real_kind kind, real_input *out) {
   Source local = next;
-  std::uint64_t st = scan_real_body(local, spec, kind, out);
+  std::uint64_t st = scan_real_body(local, how, kind, out);
   next = local;
   return st;
 }
 
 // The same over a text of len characters (kaffmt, the tests, the message
 // insertions and any other reader of real text).
-real_input scan_real_text(const char *text, std::size_t len, const input_spec &spec, real_kind kind);
+real_input scan_real_text(const char *text, std::size_t len, const input_spec &how, real_kind kind);
 // The same by the character-at-a-time reader alone (what a field that is
 // not all in the buffer takes).
-real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &spec, real_kind kind);
+real_input scan_real_text_general(const char *text, std::size_t len, const input_spec &how, real_kind kind);
 
 // The common field, straight from memory: blanks, a sign, digits with a
 // decimal symbol, an exponent, blanks, and nothing else (not under BZ).
 // Returns false, having stored nothing, for any other field: the general
 // reader then takes it from its start.
-bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &spec,
+bool scan_real_plain(const unsigned char *p, const unsigned char *end, const input_spec &how,
                      real_kind kind, real_input *out);
 
 // IEEE binary16 bits of a double that is exactly representable as a half

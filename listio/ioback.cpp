@@ -141,20 +141,20 @@ std::int32_t __KAFf90_waitf(std::int32_t unit, const std::int32_t *id, std::int3
 // followed by the engine's specifier record.
 std::int32_t __KAFf90_openf4(const char *file, std::int32_t line, std::int64_t unit, const kaf_open_block *block) {
   if (block->tag != KAF_OPEN_BLOCK_TAG) __KAFf90_crash("bad OPEN specifier block");
-  return __KAFf90_openf4x(file, line, unit, &block->spec);
+  return __KAFf90_openf4x(file, line, unit, &block->specifiers);
 }
 std::int32_t __KAFf90_openf2(std::int32_t unit, const kaf_open_block *block) {
   return __KAFf90_openf4(nullptr, 0, unit, block);
 }
-std::int32_t __KAFf90_openf2x(std::int32_t unit, const kaf_open_spec *spec) {
-  return __KAFf90_openf4x(nullptr, 0, unit, spec);
+std::int32_t __KAFf90_openf2x(std::int32_t unit, const kaf_open_spec *specifiers) {
+  return __KAFf90_openf4x(nullptr, 0, unit, specifiers);
 }
-std::int32_t __KAFf90_openf2gx(const char *file, std::int32_t line, std::int32_t unit, const kaf_open_spec *spec) {
-  return __KAFf90_openf4x(file, line, unit, spec);
+std::int32_t __KAFf90_openf2gx(const char *file, std::int32_t line, std::int32_t unit, const kaf_open_spec *specifiers) {
+  return __KAFf90_openf4x(file, line, unit, specifiers);
 }
 std::int32_t __KAFf90_openf2g(std::int32_t unit, const char *name, std::size_t name_len, kaf_open_block *block) {
-  block->spec.file = name;
-  block->spec.file_len = name_len;
+  block->specifiers.file = name;
+  block->specifiers.file_len = name_len;
   return __KAFf90_openf4(nullptr, 0, unit, block);
 }
 std::int32_t __KAFf90_openf(std::int32_t unit, const char *name, std::size_t name_len, const char *status,
@@ -166,7 +166,7 @@ std::int32_t __KAFf90_openf(std::int32_t unit, const char *name, std::size_t nam
   kaf_open_block block;
   std::memset(&block, 0, sizeof block);
   block.tag = KAF_OPEN_BLOCK_TAG;
-  kaf_open_spec &s = block.spec;
+  kaf_open_spec &s = block.specifiers;
   s.status = status;
   s.status_len = status_len;
   s.form = form;

@@ -108,7 +108,7 @@ typedef struct kaf_open_spec {
 
 /* OPEN (unit is ignored with NEWUNIT=). Returns 0 or the error status. */
 KAF_API int32_t __KAFf90_openf4x(const char *src_file, int32_t src_line, int64_t unit,
-                                 const kaf_open_spec *spec);
+                                 const kaf_open_spec *specifiers);
 /* CLOSE with STATUS= ("KEEP" or "DELETE"; null: absent). */
 KAF_API int32_t __KAFf90_close4(const char *src_file, int32_t src_line, int64_t unit,
                                 const char *status, size_t status_len, int32_t *iostat,

@@ -239,7 +239,7 @@ KAF_API int32_t __KAFf90_waitf_line(const char *file, int32_t line, int32_t unit
 #define KAF_OPEN_BLOCK_TAG 53
 typedef struct kaf_open_block {
   int64_t tag;
-  kaf_open_spec spec;
+  kaf_open_spec specifiers;
 } kaf_open_block;
 /* open: FILE=, STATUS=, FORM=, ACCESS= (address and length each, null when
  * absent) and RECL= (address or null). */
@@ -256,8 +256,8 @@ KAF_API int32_t __KAFf90_openf(int32_t unit, const char *file, size_t file_len, 
 KAF_API int32_t __KAFf90_openf2g(int32_t unit, const char *file, size_t file_len, kaf_open_block *block);
 KAF_API int32_t __KAFf90_openf2(int32_t unit, const kaf_open_block *block);
 KAF_API int32_t __KAFf90_openf4(const char *src_file, int32_t src_line, int64_t unit, const kaf_open_block *block);
-KAF_API int32_t __KAFf90_openf2x(int32_t unit, const kaf_open_spec *spec);
-KAF_API int32_t __KAFf90_openf2gx(const char *src_file, int32_t src_line, int32_t unit, const kaf_open_spec *spec);
+KAF_API int32_t __KAFf90_openf2x(int32_t unit, const kaf_open_spec *specifiers);
+KAF_API int32_t __KAFf90_openf2gx(const char *src_file, int32_t src_line, int32_t unit, const kaf_open_spec *specifiers);
 /* Legacy begin calls. A null format is list-directed. ADVANCE= address and
  * length (null: absent); SIZE= the address of a 32-bit counter (null). */
 KAF_API int32_t __KAFf90_read(int32_t unit, const char *fmt, int64_t fmt_len, const char *advance,

@@ -28,11 +28,11 @@ std::string file_text(const std::string &name) {
   return s.str();
 }
 
-struct spec {
+struct specifiers {
   kaf_open_spec s{};
   std::int32_t iostat = 0;
   char iomsg[120];
-  spec() {
+  specifiers() {
     s.iostat = &iostat;
     s.iomsg = iomsg;
     s.iomsg_len = sizeof iomsg;
@@ -58,7 +58,7 @@ struct stmt {
 };
 
 std::int32_t open_file(std::int64_t unit, const std::string &name, const char *status, const char *action = nullptr) {
-  spec sp;
+  specifiers sp;
   SET(sp, file, name.c_str());
   SET(sp, status, status);
   if (action) SET(sp, action, action);
@@ -133,7 +133,7 @@ TEST(EngineFiles, WriteIntegersAndReadThemBack) {
 TEST(EngineFiles, RewindNewunitAndAppend) {
   const std::string name = temp_name("rewind");
   std::remove(name.c_str());
-  spec sp;
+  specifiers sp;
   std::int32_t unit = 0;
   sp.s.newunit = &unit;
   SET(sp, file, name.c_str());
@@ -155,7 +155,7 @@ TEST(EngineFiles, RewindNewunitAndAppend) {
   write_ints(unit, "(I4)", {9});  // writing after a read ends the file there
   ASSERT_EQ(__KAFf90_close4(nullptr, 0, unit, nullptr, 0, nullptr, nullptr, 0, 0), 0);
   EXPECT_EQ(file_text(name), "   1\n   9\n");
-  spec ap;
+  specifiers ap;
   SET(ap, file, name.c_str());
   SET(ap, position, "append");
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 12, &ap.s), 0);
@@ -170,56 +170,56 @@ TEST(EngineOpen, SpecifierErrors) {
   { std::ofstream(existing) << "x\n"; }
   const std::string missing = temp_name("missing");
   std::remove(missing.c_str());
-  struct row { void (*set)(spec &, const std::string &, const std::string &); std::int64_t unit; int code; const char *msg; };
+  struct row { void (*set)(specifiers &, const std::string &, const std::string &); std::int64_t unit; int code; const char *msg; };
   static const row rows[] = {
-      {[](spec &s, const std::string &, const std::string &) { SET(s, status, "OLDISH"); }, 20, 1063, "Invalid value for STATUS= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, access, "RANDOM"); }, 20, 1064, "Invalid value for ACCESS= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, form, "PRINTED"); }, 20, 1065, "Invalid value for FORM= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, blank, "ONE"); }, 20, 1066, "Invalid value for BLANK= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, position, "END"); }, 20, 1067, "Invalid value for POSITION= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, action, "RW"); }, 20, 1068, "Invalid value for ACTION= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, delim, "COMMA"); }, 20, 1069, "Invalid value for DELIM= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, pad, "MAYBE"); }, 20, 1070, "Invalid value for PAD= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, decimal, "DOT"); }, 20, 1122, "DECIMAL= specifier must be 'POINT' or 'COMMA'"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, round, "HALF"); }, 20, 1123, "Invalid value for ROUND= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, sign, "MINUS"); }, 20, 1124, "SIGN= specifier must be  'PROCESSOR_DEFINED', 'PLUS' or 'SUPPRESS'"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, encoding, "EBCDIC"); }, 20, 1126, "Invalid value for ENCODING= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, access, "DIRECT"); }, 20, 1071, "The RECL= specifier must be given for DIRECT access OPEN"},
-      {[](spec &s, const std::string &, const std::string &) { static const std::int64_t r = 0; s.s.recl = &r; }, 20, 1113, "Invalid value for RECL= specifier (must be positive)"},
-      {[](spec &s, const std::string &, const std::string &) { static const std::int64_t r = 8; s.s.recl = &r; SET(s, access, "STREAM"); }, 20, 1118, "RECL= specifier with ACCESS='STREAM'"},
-      {[](spec &s, const std::string &, const std::string &) { static const std::int64_t r = 8; s.s.recl = &r; SET(s, access, "DIRECT"); SET(s, position, "REWIND"); }, 20, 1116, "Direct access is incompatible with the POSITION= specifier"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, form, "UNFORMATTED"); SET(s, delim, "NONE"); }, 20, 1131, "DELIM= specifier in OPEN for an UNFORMATTED file"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, form, "UNFORMATTED"); SET(s, pad, "YES"); }, 20, 1132, "PAD= specifier in OPEN for an UNFORMATTED file"},
-      {[](spec &s, const std::string &e, const std::string &) { SET(s, status, "SCRATCH"); SET(s, file, e.c_str()); }, 20, 1056, "FILE= specifier on OPEN with STATUS='SCRATCH'"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, status, "NEW"); }, 20, 1112, "No FILE= specifier with STATUS='REPLACE' or STATUS='NEW'"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, status, "OLD"); }, 20, 1055, "Unit 20 is not connected on OPEN with STATUS='OLD' and no FILE= specifier"},
-      {[](spec &s, const std::string &, const std::string &m) { SET(s, status, "OLD"); SET(s, file, m.c_str()); }, 20, 1075, "Cannot find OLD file"},
-      {[](spec &s, const std::string &e, const std::string &) { SET(s, status, "NEW"); SET(s, file, e.c_str()); }, 20, 1076, "NEW file already exists"},
-      {[](spec &s, const std::string &, const std::string &) { static std::int32_t n; s.s.newunit = &n; }, 0, 1141, "NEWUNIT= specifier but no FILE= and STATUS= value is not 'SCRATCH'"},
-      {[](spec &s, const std::string &e, const std::string &) { SET(s, file, e.c_str()); }, -3, 1047, "Unit number -3 out of range"},
-      {[](spec &s, const std::string &, const std::string &) { SET(s, file, "/nonexistent-dir/x"); }, 20, 1083, "Unknown OPEN failure on unit 20"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, status, "OLDISH"); }, 20, 1063, "Invalid value for STATUS= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, access, "RANDOM"); }, 20, 1064, "Invalid value for ACCESS= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, form, "PRINTED"); }, 20, 1065, "Invalid value for FORM= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, blank, "ONE"); }, 20, 1066, "Invalid value for BLANK= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, position, "END"); }, 20, 1067, "Invalid value for POSITION= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, action, "RW"); }, 20, 1068, "Invalid value for ACTION= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, delim, "COMMA"); }, 20, 1069, "Invalid value for DELIM= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, pad, "MAYBE"); }, 20, 1070, "Invalid value for PAD= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, decimal, "DOT"); }, 20, 1122, "DECIMAL= specifier must be 'POINT' or 'COMMA'"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, round, "HALF"); }, 20, 1123, "Invalid value for ROUND= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, sign, "MINUS"); }, 20, 1124, "SIGN= specifier must be  'PROCESSOR_DEFINED', 'PLUS' or 'SUPPRESS'"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, encoding, "EBCDIC"); }, 20, 1126, "Invalid value for ENCODING= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, access, "DIRECT"); }, 20, 1071, "The RECL= specifier must be given for DIRECT access OPEN"},
+      {[](specifiers &s, const std::string &, const std::string &) { static const std::int64_t r = 0; s.s.recl = &r; }, 20, 1113, "Invalid value for RECL= specifier (must be positive)"},
+      {[](specifiers &s, const std::string &, const std::string &) { static const std::int64_t r = 8; s.s.recl = &r; SET(s, access, "STREAM"); }, 20, 1118, "RECL= specifier with ACCESS='STREAM'"},
+      {[](specifiers &s, const std::string &, const std::string &) { static const std::int64_t r = 8; s.s.recl = &r; SET(s, access, "DIRECT"); SET(s, position, "REWIND"); }, 20, 1116, "Direct access is incompatible with the POSITION= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, form, "UNFORMATTED"); SET(s, delim, "NONE"); }, 20, 1131, "DELIM= specifier in OPEN for an UNFORMATTED file"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, form, "UNFORMATTED"); SET(s, pad, "YES"); }, 20, 1132, "PAD= specifier in OPEN for an UNFORMATTED file"},
+      {[](specifiers &s, const std::string &e, const std::string &) { SET(s, status, "SCRATCH"); SET(s, file, e.c_str()); }, 20, 1056, "FILE= specifier on OPEN with STATUS='SCRATCH'"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, status, "NEW"); }, 20, 1112, "No FILE= specifier with STATUS='REPLACE' or STATUS='NEW'"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, status, "OLD"); }, 20, 1055, "Unit 20 is not connected on OPEN with STATUS='OLD' and no FILE= specifier"},
+      {[](specifiers &s, const std::string &, const std::string &m) { SET(s, status, "OLD"); SET(s, file, m.c_str()); }, 20, 1075, "Cannot find OLD file"},
+      {[](specifiers &s, const std::string &e, const std::string &) { SET(s, status, "NEW"); SET(s, file, e.c_str()); }, 20, 1076, "NEW file already exists"},
+      {[](specifiers &s, const std::string &, const std::string &) { static std::int32_t n; s.s.newunit = &n; }, 0, 1141, "NEWUNIT= specifier but no FILE= and STATUS= value is not 'SCRATCH'"},
+      {[](specifiers &s, const std::string &e, const std::string &) { SET(s, file, e.c_str()); }, -3, 1047, "Unit number -3 out of range"},
+      {[](specifiers &s, const std::string &, const std::string &) { SET(s, file, "/nonexistent-dir/x"); }, 20, 1083, "Unknown OPEN failure on unit 20"},
   };
   for (std::size_t i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
-    spec sp;
+    specifiers sp;
     rows[i].set(sp, existing, missing);
     EXPECT_EQ(__KAFf90_openf4x(nullptr, 0, rows[i].unit, &sp.s), rows[i].code) << "row " << i;
     EXPECT_EQ(sp.iostat, rows[i].code) << "row " << i;
     EXPECT_EQ(sp.message(), rows[i].msg) << "row " << i;
   }
   // Re-opening a connected unit may change modes but not the connection.
-  spec first;
+  specifiers first;
   SET(first, file, existing.c_str());
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 21, &first.s), 0);
-  spec again;
+  specifiers again;
   SET(again, file, existing.c_str());
   SET(again, status, "NEW");
   EXPECT_EQ(__KAFf90_openf4x(nullptr, 0, 21, &again.s), 1057);
   EXPECT_EQ(again.message(), "OPEN on connected unit 21 with STATUS= specifier must have STATUS='OLD'");
-  spec form;
+  specifiers form;
   SET(form, form, "UNFORMATTED");
   EXPECT_EQ(__KAFf90_openf4x(nullptr, 0, 21, &form.s), 1059);
   EXPECT_EQ(form.message(), "OPEN on connected unit 21 has different FORM= specifier");
-  spec blank;
+  specifiers blank;
   SET(blank, blank, "ZERO");
   EXPECT_EQ(__KAFf90_openf4x(nullptr, 0, 21, &blank.s), 0);
   std::int32_t iostat = 0;
@@ -227,7 +227,7 @@ TEST(EngineOpen, SpecifierErrors) {
   EXPECT_EQ(__KAFf90_close4(nullptr, 0, 21, "KEEPIT", 6, &iostat, msg, sizeof msg, KAF_IO_ERR), 1063);
   EXPECT_EQ(__KAFf90_close4(nullptr, 0, 21, "KEEP", 4, &iostat, msg, sizeof msg, KAF_IO_ERR), 0);
   EXPECT_EQ(iostat, 0);
-  spec scratch;
+  specifiers scratch;
   SET(scratch, status, "SCRATCH");
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 22, &scratch.s), 0);
   EXPECT_EQ(__KAFf90_close4(nullptr, 0, 22, "KEEP", 4, &iostat, msg, sizeof msg, KAF_IO_ERR), 1072);
@@ -247,7 +247,7 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   EXPECT_EQ(st.message(), "Unit 6 is not connected for READ action");
   EXPECT_EQ(__KAFf90_write_seq(st.ctx, nullptr, 0, 5, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR), 1053);
   const std::string name = temp_name("unf");
-  spec sp;
+  specifiers sp;
   SET(sp, file, name.c_str());
   SET(sp, form, "UNFORMATTED");
   ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 34, &sp.s), 0);
@@ -273,7 +273,7 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
 
 TEST(EngineStatements, RecordLengthLimit) {
   const std::string name = temp_name("recl");
-  spec sp;
+  specifiers sp;
   SET(sp, file, name.c_str());
   SET(sp, status, "REPLACE");
   static const std::int64_t recl = 6;
@@ -502,7 +502,7 @@ TEST(EngineFatal, ReportsNameTheUnit) {
                           "Program terminated by I/O error on internal file\n"
                           "Program terminated by fatal error\n");
   const auto open_old = kaftest::run_in_child([] {
-    spec sp;
+    specifiers sp;
     sp.s.iostat = nullptr;
     sp.s.iomsg = nullptr;
     sp.s.flags = 0;

@@ -371,19 +371,19 @@ TEST(ListDirectedOnUnits, ModesOfTheConnection) {
   // DECIMAL=, SIGN= and DELIM= of OPEN reach list-directed output, and
   // DECIMAL= list-directed input, through the engine's unit record.
   const std::string path = temp_path("modes");
-  kaf_open_spec spec;
-  std::memset(&spec, 0, sizeof spec);
-  spec.file = path.data();
-  spec.file_len = path.size();
-  spec.status = "REPLACE";
-  spec.status_len = 7;
-  spec.decimal = "COMMA";
-  spec.decimal_len = 5;
-  spec.sign = "PLUS";
-  spec.sign_len = 4;
-  spec.delim = "APOSTROPHE";
-  spec.delim_len = 10;
-  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 28, &spec), 0);
+  kaf_open_spec specifiers;
+  std::memset(&specifiers, 0, sizeof specifiers);
+  specifiers.file = path.data();
+  specifiers.file_len = path.size();
+  specifiers.status = "REPLACE";
+  specifiers.status_len = 7;
+  specifiers.decimal = "COMMA";
+  specifiers.decimal_len = 5;
+  specifiers.sign = "PLUS";
+  specifiers.sign_len = 4;
+  specifiers.delim = "APOSTROPHE";
+  specifiers.delim_len = 10;
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 28, &specifiers), 0);
   kaf_ioctx_space space;
   kaf_ioctx *c = reinterpret_cast<kaf_ioctx *>(&space);
   ASSERT_EQ(__KAFf90_write_seq(c, nullptr, 0, 28, nullptr, nullptr, 0, 0), 0);

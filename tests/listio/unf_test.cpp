@@ -27,18 +27,18 @@ std::string slurp(const std::string &path) {
 
 void open_unit(std::int64_t unit, const std::string &path, const char *form, const char *access,
                const std::int64_t *recl) {
-  kaf_open_spec spec;
-  std::memset(&spec, 0, sizeof spec);
-  spec.file = path.data();
-  spec.file_len = path.size();
-  spec.status = "REPLACE";
-  spec.status_len = 7;
-  spec.form = form;
-  spec.form_len = std::strlen(form);
-  spec.access = access;
-  spec.access_len = std::strlen(access);
-  spec.recl = recl;
-  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, unit, &spec), 0);
+  kaf_open_spec specifiers;
+  std::memset(&specifiers, 0, sizeof specifiers);
+  specifiers.file = path.data();
+  specifiers.file_len = path.size();
+  specifiers.status = "REPLACE";
+  specifiers.status_len = 7;
+  specifiers.form = form;
+  specifiers.form_len = std::strlen(form);
+  specifiers.access = access;
+  specifiers.access_len = std::strlen(access);
+  specifiers.recl = recl;
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, unit, &specifiers), 0);
 }
 
 std::string marker(std::uint32_t n) { return std::string(reinterpret_cast<const char *>(&n), 4); }
@@ -102,13 +102,13 @@ TEST(Unformatted, CorruptMarkersAndWrongUnits) {
     std::ofstream out(path, std::ios::binary);
     out << marker(100) << "short";
   }
-  kaf_open_spec spec;
-  std::memset(&spec, 0, sizeof spec);
-  spec.file = path.data();
-  spec.file_len = path.size();
-  spec.form = "UNFORMATTED";
-  spec.form_len = 11;
-  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 32, &spec), 0);
+  kaf_open_spec specifiers;
+  std::memset(&specifiers, 0, sizeof specifiers);
+  specifiers.file = path.data();
+  specifiers.file_len = path.size();
+  specifiers.form = "UNFORMATTED";
+  specifiers.form_len = 11;
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 32, &specifiers), 0);
   kaf_ioctx_space space;
   kaf_ioctx *c = reinterpret_cast<kaf_ioctx *>(&space);
   std::int32_t iostat = 0;
