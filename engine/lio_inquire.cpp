@@ -65,9 +65,7 @@ std::int32_t __KAFf90_inquire_file(kaf_inquiry *q, const char *file, std::size_t
   path[n] = 0;
   struct stat st;
   r.exists = n > 0 && stat(path, &st) == 0;
-  // The connection of a file is not looked up: the unit table is searched
-  // by number only.
-  r.u = nullptr;
+  r.u = r.exists ? find_unit_of_file(path) : nullptr;
   if (exist) *exist = r.exists;
   if (name) put_text(name, name_len, path);
   return 0;

@@ -192,6 +192,20 @@ unit_rec *find_unit(std::int64_t number) {
   return nullptr;
 }
 
+unit_rec *find_unit_of_file(const char *path) {
+  // The same file may be named in many ways: compare what the names lead to.
+  struct stat named;
+  if (stat(path, &named) != 0) return nullptr;
+  table_guard guard;
+  for (std::size_t i = 0; i < table_count; ++i) {
+    unit_rec *u = table[i];
+    struct stat open_file;
+    if (!u->stream || u->standard || fstat(fileno(u->stream), &open_file) != 0) continue;
+    if (open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino) return u;
+  }
+  return nullptr;
+}
+
 bool reserve_output(unit_rec *u, std::size_t keep, std::size_t need) {
   if (u->wlen + keep + need <= u->wcap) return true;
   if (u->wlen > 0) {  // room by writing out the committed records

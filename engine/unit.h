@@ -71,6 +71,8 @@ void release_unit(kaf_ioctx *ctx);
 // The unit of number, or null when none is connected (units 0, 5 and 6 are
 // connected at first use unless closed).
 unit_rec *find_unit(std::int64_t number);
+// The unit connected to the file path names, or null.
+unit_rec *find_unit_of_file(const char *path);
 // Flushes committed output records to the stream.
 bool drain_output(unit_rec *u);
 // Ends a record left open by a non-advancing WRITE.

@@ -287,6 +287,22 @@ TEST(LegacyLayer, InquireByUnitAndFile) {
   EXPECT_EQ(number, 26);
   EXPECT_EQ(recl, 1073741824);
   EXPECT_EQ(nextrec, 77);
+  // By file while connected, under another spelling of the same name.
+  {
+    const std::size_t slash = path.rfind('/');
+    const std::string other = path.substr(0, slash) + "/./" + path.substr(slash + 1);
+    std::int32_t fopened = 0, fnumber = 0, fexists = 0;
+    char faccess[12];
+    ASSERT_EQ(__KAFf90_inquire_f(other.data(), other.size(), faccess, sizeof faccess, nullptr, 0, nullptr, 0,
+                                 nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, &fopened, nullptr, nullptr,
+                                 &fnumber, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
+                                 nullptr, 0, nullptr, 0, &fexists, nullptr, 0),
+              0);
+    EXPECT_EQ(fopened, 1);
+    EXPECT_EQ(fnumber, 26);
+    EXPECT_EQ(fexists, 1);
+    EXPECT_EQ(std::string(faccess, sizeof faccess), "SEQUENTIAL  ");
+  }
   // DELIM='QUOTE' reaches list-directed output.
   ASSERT_EQ(__KAFf90_write(26, nullptr, 0, nullptr, 0, 0), 0);
   ASSERT_EQ(__KAFf90_lwrite_ch("a\"b", 3), 0);
