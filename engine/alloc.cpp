@@ -546,13 +546,21 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
   bool fresh = false;  // a new mapping is zero already
   {
     lock_guard g;
+    // A kept block of the same page count, of the same kind if there is one
+    // (its pages past the first need no new colour then), the most recent
+    // first.
+    unsigned found = kept_max;
     for (unsigned k = kept_count; k-- > 0;) {
-      large_record *r = find_large(kept[k]);
+      const large_record *r = find_large(kept[k]);
       if (r->bytes != bytes) continue;
-      p = reinterpret_cast<void *>(kept[k]);
-      std::memmove(kept + k, kept + k + 1, (--kept_count - k) * sizeof(uintptr_t));
-      set_colour(the_pages, p, bytes, colour);
-      break;
+      if (found == kept_max || r->colour == colour) found = k;
+      if (r->colour == colour) break;
+    }
+    if (found != kept_max) {
+      const large_record *r = find_large(kept[found]);
+      p = reinterpret_cast<void *>(kept[found]);
+      set_colour(the_pages, p, r->colour == colour ? page_size : bytes, colour);
+      std::memmove(kept + found, kept + found + 1, (--kept_count - found) * sizeof(uintptr_t));
     }
     if (!p) {
       if (!(p = getmem(the_pages, bytes, colour))) return nullptr;
@@ -574,17 +582,20 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
 // Null with f filled when it is faulty.
 large_record *check_large(uintptr_t a, size_t size, fault_info &f) {
   f = fault_info{fault::not_ours, a, size};
-  const int colour = pagecolour(the_pages, reinterpret_cast<void *>(a), 1);
   large_record *r = find_large(a);
-  switch (colour) {
+  // A live record at the address is the block (its pages have its kind's
+  // colour by construction); anything else is classified by the colour.
+  if (r && r->state == state_live) {
+    if (r->size == size) return r;
+    f = fault_info{fault::wrong_size, a, size, r->address, r->size};
+    return nullptr;
+  }
+  switch (pagecolour(the_pages, reinterpret_cast<void *>(a), 1)) {
     case colour_temporary:
     case colour_pointer:
     case colour_allocatable:
-      if (r && r->state == state_live) {
-        if (r->size == size) return r;
-        f = fault_info{fault::wrong_size, a, size, r->address, r->size};
-        return nullptr;
-      }
+      // Inside a live block, or inside a kept one past its first page
+      // (which counts as never handed out).
       for (size_t i = 0; i < large_cap; ++i) {
         const large_record &c = large_table[i];
         if (c.address && c.state == state_live && c.address < a && a < c.address + c.bytes) {
@@ -595,7 +606,7 @@ large_record *check_large(uintptr_t a, size_t size, fault_info &f) {
       return nullptr;
     case colour_returned:
     case colour_kept:
-      if (r && r->state != state_live) {
+      if (r) {
         f.kind = fault::released;
         f.site_file = r->site_file;
         f.site_line = r->site_line;
@@ -619,7 +630,11 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
       old->state = state_returned;
       std::memmove(kept, kept + 1, --kept_count * sizeof(uintptr_t));
     }
-    set_colour(the_pages, reinterpret_cast<void *>(r->address), r->bytes, colour_kept);
+    // Only the first page says the block is kept: the others keep the
+    // colour of the kind it served (recorded in r) until it is handed out
+    // again or returned. Recolouring a 16 MiB block both ways would cost
+    // twice 4,096 bytes of colours per ALLOCATE/DEALLOCATE pair.
+    set_colour(the_pages, reinterpret_cast<void *>(r->address), page_size, colour_kept);
     r->state = state_kept;
     kept[kept_count++] = r->address;
     return;
