@@ -320,8 +320,8 @@ TEST(AllocatorFaults, KeptSmallBlockReleasedAgainByAnotherThread) {
 // A kept large block: its start was released, and an address past its
 // first page was never handed out as such.
 TEST(AllocatorFaults, KeptLargeBlockIsNotLive) {
-  const size_t n = (size_t{5} << 20) + 1;
-  auto r = in_child([n] {
+  constexpr size_t n = (size_t{5} << 20) + 1;
+  auto r = in_child([] {
     auto *p = static_cast<char *>(__KAFf90_pAlloc(n));
     __KAFf90_lpDeAlloc("k.f90", 3, p, n);
     __KAFf90_lpDeAlloc("k.f90", 4, p + 8192, n - 8192);
