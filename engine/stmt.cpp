@@ -270,6 +270,10 @@ std::int32_t begin_write(kaf_ioctx *c, const char *src_file, std::int32_t src_li
   bind_output(c, u);
   c->pos = static_cast<std::int64_t>(kept);
   u->kept_open = 0;
+  // What establish_format counts as the record written so far: this
+  // statement's own start, never the length a non-advancing WRITE left
+  // before an earlier statement ended that record.
+  u->head.kept_len = static_cast<std::int64_t>(kept);
   return 0;
 }
 
