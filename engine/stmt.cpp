@@ -207,11 +207,13 @@ std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool inp
 }
 
 // POS= of a stream READ or WRITE: a record left open is ended, what is
-// buffered is written, and the file is placed at byte pos - 1.
+// buffered is written, and the file is placed at byte pos - 1. A file that
+// cannot be positioned (a pipe) refuses every position.
 std::int32_t place_at(kaf_ioctx *c, unit_rec *u, std::int64_t pos) {
   if (pos < 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
   settle_unit(u);
   place_unit(u, static_cast<long>(pos - 1));
+  if (std::ftell(u->stream) != pos - 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
   return 0;
 }
 

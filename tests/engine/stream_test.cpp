@@ -169,6 +169,17 @@ TEST(FormattedStream, RecordsEndWithNewlinesAndPositionsCountBytes) {
   EXPECT_EQ(message, "End of file on unit 31");
   EXPECT_EQ(inquire64(31, KAF_INQ_POS), 28);
   close_unit(31);
+  // POSITION='APPEND' starts after the last byte.
+  kaf_open_spec append{};
+  SET(append, file, name.c_str());
+  SET(append, access, "STREAM");
+  SET(append, form, "FORMATTED");
+  SET(append, position, "APPEND");
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 30, &append), 0);
+  EXPECT_EQ(inquire64(30, KAF_INQ_POS), 28);
+  ASSERT_EQ(write_text(30, "more"), 0);
+  close_unit(30);
+  EXPECT_EQ(file_text(name), "hello\n   42   2.500\n -7 ab\nmore\n");
   std::remove(name.c_str());
 }
 
@@ -333,6 +344,27 @@ TEST(FormattedStream, Errors) {
     EXPECT_EQ(st.iostat, r.code) << r.message;
     EXPECT_EQ(st.message(), r.message);
   }
+  // A stream connected to a pipe cannot be positioned.
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const std::string pipe_name = "/dev/fd/" + std::to_string(fds[1]);
+  ASSERT_EQ(open_unit(39, pipe_name, "OLD"), 0);
+  {
+    stmt st;
+    const std::int64_t pos = 3;
+    EXPECT_EQ(__KAFf90_write_stream_fmt4(st.ctx, nullptr, 0, 39, &pos, &st.iostat, st.iomsg, sizeof st.iomsg,
+                                         KAF_IO_ERR),
+              1129);
+    EXPECT_EQ(st.message(), "Invalid value for POS= specifier");
+    EXPECT_EQ(inquire64(39, KAF_INQ_SIZE), -1);
+  }
+  ASSERT_EQ(write_text(39, "through"), 0);
+  close_unit(39);
+  close(fds[1]);
+  char got[16] = {};
+  EXPECT_EQ(read(fds[0], got, sizeof got), 8);
+  EXPECT_STREQ(got, "through\n");
+  close(fds[0]);
   // The unformatted stream entries refuse a formatted stream unit.
   stmt st;
   EXPECT_EQ(__KAFf90_read_stream4(st.ctx, nullptr, 0, 38, nullptr, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR),
