@@ -56,8 +56,9 @@ static_assert(sizeof(span) == 128);
 // - the size word of each block, and one more, always 0, for the address
 //   just past the last block: 0 while the block is not live, else
 //   1 + (block size - size asked for);
-// - the release count of each block: 1 to 65535, wrapping to 1, so that 0
-//   means never released.
+// - the release count of each block: 0 while never released, then 32769
+//   to 65535 and 32768 in turn (the top bit marks "released at least
+//   once"; the other 15 bits tell one release from the next).
 //
 // Records and heaps start on page boundaries. The parts that one ALLOCATE
 // and DEALLOCATE store to and load from (span header, first live words,
@@ -90,8 +91,8 @@ inline std::atomic<uint16_t> *counts_of(const span *s) {
 inline uint16_t size_word(unsigned cls, size_t size) {
   return static_cast<uint16_t>(class_size[cls] - size + 1);
 }
-// The count after one more release.
-inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xFFFF ? 1 : n + 1); }
+// The count after one more release: never 0 again.
+inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>((n + 1) | 0x8000); }
 
 // A thread's heap: per class, the span it allocates from, the span's first
 // block, the free count and search hint of that span's live bitmap (held
@@ -503,7 +504,8 @@ void *take_large(size_t size, unsigned char colour, bool zero);
 
 // needs 0 < size <= small_max
 [[gnu::always_inline]] inline void *take_small(size_t size, unsigned char colour, bool zero) {
-  const unsigned cls = class_of(size);
+  const class_facts &f = facts_of(size);
+  const unsigned cls = f.cls;
   heap *h = my_heap;
   if (__builtin_expect(!h, 0)) return take_refilled(size, colour, zero);
   heap_class &hc = h->cls[cls];
@@ -511,7 +513,7 @@ void *take_large(size_t size, unsigned char colour, bool zero);
   uint32_t i;
   if (a) {
     hc.kept = 0;
-    i = static_cast<uint32_t>(((a - hc.base) * class_reciprocal[cls]) >> reciprocal_shift);
+    i = static_cast<uint32_t>(((a - hc.base) * f.reciprocal) >> reciprocal_shift);
   } else {
     // A class with no current span has a free count of 0.
     if (__builtin_expect(hc.free == 0, 0)) return take_refilled(size, colour, zero);
@@ -524,9 +526,9 @@ void *take_large(size_t size, unsigned char colour, bool zero);
     hc.hint = w;
     --hc.free;
     i = w * 64 + b;
-    a = hc.base + uintptr_t{i} * class_size[cls];
+    a = hc.base + uintptr_t{i} * f.size;
   }
-  sizes_of(hc.current)[i].store(size_word(cls, size), relaxed);
+  sizes_of(hc.current)[i].store(static_cast<uint16_t>(f.size - size + 1), relaxed);
   void *p = reinterpret_cast<void *>(a);
   unpoison(p, size);
   if (zero) std::memset(p, 0, size);
@@ -643,33 +645,41 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
   r->state = state_returned;
 }
 
-[[gnu::noinline]] void release_large(uintptr_t a, size_t size, const char *file, int32_t line,
-                                     bool lform) {
+// Who releases: the source file and line of an l-form (lform set), or
+// nothing. Passed by reference, so that the slow paths of a release take
+// few enough arguments to be reached by a jump.
+struct caller {
+  const char *file;
+  int32_t line;
+  bool lform;
+};
+constexpr caller unlocated{nullptr, 0, false};
+
+[[gnu::noinline]] void release_large(uintptr_t a, size_t size, const caller &c) {
   fault_info f;
   {
     lock_guard g;
     if (large_record *r = check_large(a, size, f)) {
-      give_back_large(r, file, line);
+      give_back_large(r, c.file, c.line);
       return;
     }
   }
-  report(f, file, line, lform);
+  report(f, c.file, c.line, c.lform);
 }
 
 // ---- Release -------------------------------------------------------------------
 // An address outside every span handed out: the zero-size marker, null, a
 // large block, or something that is not ours.
-[[gnu::cold, gnu::noinline]] void release_outside(uintptr_t a, size_t size, const char *file,
-                                                  int32_t line, bool lform) {
+[[gnu::cold, gnu::noinline]] void release_outside(uintptr_t a, size_t size, const caller &c) {
   if (a == zero_size_marker || a == 0) return;
-  release_large(a, size, file, line, lform);
+  release_large(a, size, c);
 }
 
 // In a span, but not a live block of this size.
 [[gnu::cold, gnu::noinline]] void release_fault(const span *s, uintptr_t a, size_t size,
-                                                const char *file, int32_t line, bool lform) {
+                                                const caller &c) {
   if (a == zero_size_marker) return;  // should the arena ever hold that address
-  report(classify_small(s, a, size), file, line, lform);
+  report(classify_small(s, a, size), c.file, c.line, c.lform);
 }
 
 // A span that is not current gained a free block; when none is left live,
@@ -684,17 +694,19 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
 // A release into another thread's span: the block's size word changes by
 // compare-and-swap, so that of two releases of one block only one goes
 // through; then the owner is told through the remote bitmap.
-[[gnu::noinline]] void release_remote(span *s, unsigned cls, uint32_t i, uint16_t word,
-                                      uintptr_t a, size_t size, const char *file, int32_t line,
-                                      bool lform) {
+// (The fast path found the word live with this size; it is checked again
+// as the exchange's expected value.)
+[[gnu::noinline]] void release_remote(span *s, uint32_t i, uintptr_t a, size_t size,
+                                      const caller &c) {
   std::atomic<uint16_t> &w = sizes_of(s)[i];
+  uint16_t word = size_word(s->cls, size);
   if (!w.compare_exchange_strong(word, 0, std::memory_order_relaxed))
-    return release_fault(s, a, size, file, line, lform);
+    return release_fault(s, a, size, c);
   std::atomic<uint16_t> &count = counts_of(s)[i];
   const uint16_t n = next_release(count.load(relaxed));
   count.store(n, relaxed);
-  if (file) remember_site(a, n, file, line);
-  poison(a, class_size[cls]);
+  if (c.file) remember_site(a, n, c.file, c.line);
+  poison(a, class_size[s->cls]);
   // The block changes hands here: the owner may reuse it as soon as it
   // sees the bit.
   remote_of(s)[i >> 6].fetch_or(uint64_t{1} << (i & 63), std::memory_order_release);
@@ -716,40 +728,40 @@ inline void free_block(heap_class &hc, span *s, uint32_t i) {
 // exactly this size) must all agree before anything changes; any
 // disagreement goes to the slow path, which finds out what is wrong. The
 // block itself is never read or written.
-[[gnu::always_inline]] inline void release(void *address, size_t size, const char *file,
-                                           int32_t line, bool lform) {
+[[gnu::always_inline]] inline void release(void *address, size_t size, const caller &c) {
   const auto a = reinterpret_cast<uintptr_t>(address);
   const uintptr_t off = a - arena_base.load(relaxed);
   const uintptr_t index = off >> span_shift;
   // arena_used never passes arena_spans: addresses outside the arena fail
   // here too.
   if (__builtin_expect(index >= arena_used.load(std::memory_order_acquire), 0))
-    return release_outside(a, size, file, line, lform);
+    return release_outside(a, size, c);
   span *s = span_at(record_base.load(relaxed), index);
   if (__builtin_expect(size - 1 >= small_max, 0))
-    return release_fault(s, a, size, file, line, lform);
-  const unsigned cls = class_of(size);
-  const uint64_t product = (off & (span_bytes - 1)) * class_reciprocal[cls];
+    return release_fault(s, a, size, c);
+  const class_facts &f = facts_of(size);
+  const unsigned cls = f.cls;
+  const uint64_t product = (off & (span_bytes - 1)) * f.reciprocal;
   const auto i = static_cast<uint32_t>(product >> reciprocal_shift);
   // Only a block start of the span's own class may index its records (the
   // index is then at most the one past the last block, whose word is 0).
-  if (__builtin_expect(s->cls != cls || (product & fraction_mask) >= class_reciprocal[cls], 0))
-    return release_fault(s, a, size, file, line, lform);
+  if (__builtin_expect(s->cls != cls || (product & fraction_mask) >= f.reciprocal, 0))
+    return release_fault(s, a, size, c);
   std::atomic<uint16_t> &w = sizes_of(s)[i];
   const uint16_t word = w.load(relaxed);
-  if (__builtin_expect(word != size_word(cls, size), 0))
-    return release_fault(s, a, size, file, line, lform);
+  if (__builtin_expect(word != static_cast<uint16_t>(f.size - size + 1), 0))
+    return release_fault(s, a, size, c);
   heap *h = my_heap;
   if (__builtin_expect(s->owner != h, 0))
-    return release_remote(s, cls, i, word, a, size, file, line, lform);
+    return release_remote(s, i, a, size, c);
   // Bookkeeping first: once the block is kept aside or its live bit is
   // clear, it may be handed out again.
   std::atomic<uint16_t> &count = counts_of(s)[i];
   const uint16_t n = next_release(count.load(relaxed));
   count.store(n, relaxed);
   w.store(0, relaxed);
-  if (file) remember_site(a, n, file, line);
-  poison(a, class_size[cls]);
+  if (c.file) remember_site(a, n, c.file, c.line);
+  poison(a, f.size);
   heap_class &hc = h->cls[cls];
   if (__builtin_expect(hc.kept == 0 && s == hc.current, 1)) {
     hc.kept = a;
@@ -807,7 +819,7 @@ void *__KAFf90_pAlloc(size_t size) { return take(size, colour_pointer, false); }
 void *__KAFf90_zpAlloc(size_t size) { return take(size, colour_pointer, true); }
 void *__KAFf90_aAlloc(size_t size) { return take(size, colour_allocatable, false); }
 void *__KAFf90_zaAlloc(size_t size) { return take(size, colour_allocatable, true); }
-void __KAFf90_oDeAlloc(void *address, size_t size) { release(address, size, nullptr, 0, false); }
+void __KAFf90_oDeAlloc(void *address, size_t size) { release(address, size, unlocated); }
 // One body under two names: a jump fewer than two identical functions.
 void __KAFf90_pDeAlloc(void *address, size_t size) __attribute__((alias("__KAFf90_oDeAlloc")));
 
@@ -830,7 +842,7 @@ void *__KAFf90_lzaAlloc(const char *, int32_t, size_t size) {
   return take(size, colour_allocatable, true);
 }
 void __KAFf90_loDeAlloc(const char *file, int32_t line, void *address, size_t size) {
-  release(address, size, file, line, true);
+  release(address, size, caller{file, line, true});
 }
 void __KAFf90_lpDeAlloc(const char *file, int32_t line, void *address, size_t size)
     __attribute__((alias("__KAFf90_loDeAlloc")));
@@ -839,7 +851,7 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
   const auto a = reinterpret_cast<uintptr_t>(address);
   if (a == 0 || a == zero_size_marker) return take(new_size, colour_temporary, false);
   if (new_size == 0) {
-    release(address, old_size, nullptr, 0, false);
+    release(address, old_size, unlocated);
     return reinterpret_cast<void *>(zero_size_marker);
   }
   if (!check_block(a, old_size)) return take(new_size, colour_temporary, false);
@@ -855,7 +867,7 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
            false);
   if (!p) return nullptr;
   std::memcpy(p, address, old_size < new_size ? old_size : new_size);
-  release(address, old_size, nullptr, 0, false);
+  release(address, old_size, unlocated);
   return p;
 }
 

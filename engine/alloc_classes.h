@@ -77,4 +77,31 @@ constexpr std::array<uint64_t, num_classes> make_reciprocals() {
 }
 constexpr std::array<uint64_t, num_classes> class_reciprocal = make_reciprocals();
 
+// What the hot paths need of a class, in one record, and the record of each
+// size up to 1 KiB in 16-byte steps: one load gives the class, its block
+// size and its reciprocal.
+struct class_facts {
+  uint64_t reciprocal;
+  uint32_t size;
+  uint32_t cls;
+};
+constexpr std::array<class_facts, num_classes> make_facts() {
+  std::array<class_facts, num_classes> t{};
+  for (unsigned c = 0; c < num_classes; ++c) t[c] = {class_reciprocal[c], class_size[c], c};
+  return t;
+}
+constexpr std::array<class_facts, num_classes> facts_by_class = make_facts();
+constexpr std::array<class_facts, direct_max / 16> make_direct_facts() {
+  std::array<class_facts, direct_max / 16> t{};
+  for (unsigned k = 0; k < direct_max / 16; ++k) t[k] = facts_by_class[direct_class[k]];
+  return t;
+}
+constexpr std::array<class_facts, direct_max / 16> direct_facts = make_direct_facts();
+
+// needs 0 < size <= small_max
+constexpr const class_facts &facts_of(size_t size) {
+  if (size <= direct_max) return direct_facts[(size - 1) >> 4];
+  return facts_by_class[class_of(size)];
+}
+
 }  // namespace kaf::alloc

@@ -76,26 +76,25 @@ inline void *alloc_storage(const where &w, store kind, size_t size, int32_t mess
   return p;
 }
 
-// ALLOCATE with STAT=, out of line: the statement without STAT= (the usual
-// one) then needs no frame of its own around the allocator's call. One
-// copy per kind, and the plain entries' copy knows it has no location.
-template <store Kind, bool Located>
-[[gnu::noinline]] void *allocate_with_stat(const where &w, size_t size, int32_t *stat) {
-  // An earlier item of the same statement failed: leave this one alone.
-  if (*stat) return nullptr;
-  void *p = take(Located ? w : nowhere, Kind, size);
-  *stat = p ? 0 : 1;
-  return p;
+// What the STAT= test reads when the statement has none: one path, without
+// a branch on the form, serves the statements with and without STAT=
+// (the compiler cannot fold the read, so it selects the address instead).
+inline int32_t no_stat = 0;  // never written
+inline const int32_t &stat_or_zero(const int32_t *stat) { return stat ? *stat : no_stat; }
+
+[[gnu::cold, gnu::noinline]] inline void *allocate_failed(const where &w, int32_t *stat) {
+  if (!stat) fail(w, 187);
+  *stat = 1;
+  return nullptr;
 }
 
 template <store Kind>
 inline void *allocate(const where &w, size_t size, int32_t *stat) {
-  if (__builtin_expect(stat != nullptr, 0))
-    return w.located ? allocate_with_stat<Kind, true>(w, size, stat)
-                     : allocate_with_stat<Kind, false>(w, size, stat);
+  // An earlier item of the same statement failed: leave this one alone.
+  if (stat_or_zero(stat)) return nullptr;
   void *p = take(w, Kind, size);
-  if (__builtin_expect(!p, 0)) fail(w, 187);
-  return p;
+  if (__builtin_expect(!p, 0)) return allocate_failed(w, stat);
+  return p;  // STAT= stays 0
 }
 
 // DEALLOCATE of a disassociated pointer: STAT= 4, or fatal.
@@ -109,14 +108,14 @@ inline void *allocate(const where &w, size_t size, int32_t *stat) {
 // laid out as the exception.
 inline void deallocate_scalar(const where &w, void *address, size_t size, int32_t *stat,
                               int32_t message) {
-  if (__builtin_expect(stat != nullptr, 0) && *stat) return;
+  if (stat_or_zero(stat)) return;
   if (__builtin_expect(!address, 0)) return deallocate_null(w, stat, message);
   give_back_pointer(w, address, size);
 }
 
 inline void deallocate_array(const where &w, int32_t rank, size_t element_size, int64_t *descriptor,
                              int32_t *stat) {
-  if (__builtin_expect(stat != nullptr, 0) && *stat) return;
+  if (stat_or_zero(stat)) return;
   auto address = static_cast<uint64_t>(descriptor[0]);
   if (__builtin_expect(!address, 0)) return deallocate_null(w, stat, 130);
   uint64_t size = element_size;
