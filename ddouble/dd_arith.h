@@ -386,7 +386,7 @@ inline dd reciprocal_inline(dd a) {
   return reciprocal_general(a);
 }
 inline dd divide_inline(dd a, dd b) {
-  if (in_core_range(a) & in_core_range(b)) [[likely]]
+  if (in_core_range(a) && in_core_range(b)) [[likely]]
     return divide_steps<false>(a, b);
   return divide_general(a, b);
 }
@@ -394,7 +394,7 @@ inline dd divide_inline(dd a, dd b) {
 // approximation y lies in the range too (near sqrt(a)), and so does the
 // quotient a / y.
 inline dd sqrt_inline(dd a) {
-  if (in_core_range(a) & (a.hi > 0.0)) [[likely]] {
+  if (in_core_range(a) && a.hi > 0.0) [[likely]] {
     double s = __builtin_sqrt(a.hi);
     dd pe = prod<false>(s, s);
     double c = a.hi - pe.hi;
