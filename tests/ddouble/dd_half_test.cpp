@@ -85,7 +85,7 @@ TEST(DdHalf, RoundsOnceAgainstMpfr) {
         int q = std::max(e - 10, -24);
         double k = std::floor(std::ldexp(g.unit(), e - q + 1)) * 0.5;  // multiple of 1/2
         double hi = std::ldexp(k, q);
-        double lo = g.rng() % 3 == 0 ? 0.0 : std::ldexp(g.uniform(-1, 1), std::ilogb(hi) - 60);
+        double lo = g.rng() % 3 == 0 || hi == 0.0 ? 0.0 : std::ldexp(g.uniform(-1, 1), std::ilogb(hi) - 60);
         x = __KAFf90_dd_PLUS_d(kaf_dd{g.coin() ? hi : -hi, 0.0}, lo);
         break;
       }
