@@ -34,20 +34,19 @@ dd expm1_kernel(dd r) {
 // log(1 + r) for |r| <= 2^-7.5: terms 8..14 in binary64, 2..7 in
 // double-double.
 dd log1p_kernel(dd r) {
-  // q = sum over k >= 3 of (-1)^(k+1) r^(k-3) / k: terms 10..18 in binary64
-  // (their rounding is below 2^-120 of the whole), 3..9 in double-double.
   double rh = r.hi;
-  double q = tab::inv_int[18].hi;
-  q = -q;
-  for (int k = 17; k >= 10; --k) {
-    q = q * rh;
-    q = (k & 1) ? q + tab::inv_int[k].hi : q - tab::inv_int[k].hi;
-  }
-  dd p = add_ns(T(tab::inv_int[9]), mul_d_ns(r, q));
-  for (int k = 8; k >= 3; --k) {
-    dd c = T(tab::inv_int[k]);
-    p = add_ns((k & 1) ? c : neg(c), mul_ns(r, p));
-  }
+  double q = -tab::inv_int[14].hi;
+  q = q * rh + tab::inv_int[13].hi;
+  q = q * rh - tab::inv_int[12].hi;
+  q = q * rh + tab::inv_int[11].hi;
+  q = q * rh - tab::inv_int[10].hi;
+  q = q * rh + tab::inv_int[9].hi;
+  q = q * rh - tab::inv_int[8].hi;
+  dd p = add_ns(T(tab::inv_int[7]), mul_d_ns(r, q));
+  p = add_ns(neg(T(tab::inv_int[6])), mul_ns(r, p));
+  p = add_ns(T(tab::inv_int[5]), mul_ns(r, p));
+  p = add_ns(neg(T(tab::inv_int[4])), mul_ns(r, p));
+  p = add_ns(T(tab::inv_int[3]), mul_ns(r, p));
   p = add_ns(neg(T(tab::inv_int[2])), mul_ns(r, p));
   return add_ns(r, mul_ns(sqr_ns(r), p));
 }
@@ -56,7 +55,7 @@ dd log1p_kernel(dd r) {
 // |r| < 2^-7.5. r is returned unrounded, as four binary64 terms whose sum
 // is exact (p - 1 is exact for p in [0.99, 1.01]); base = k*ln2 -
 // log(inv_j) to about 2^-150 (three parts). x must be positive and finite.
-void log_reduce(dd x, acc3 &base, double r4[4]) {
+[[gnu::always_inline]] inline void log_reduce(dd x, acc3 &base, double r4[4]) {
   int bias = 0;
   if (x.hi < 0x1p-900) {  // keep the low part in the normal range
     x = scale(x, 200);
