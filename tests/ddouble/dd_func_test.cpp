@@ -694,6 +694,64 @@ TEST(DdFunc, BesselYAccuracy) {
   RecordProperty("worst_y1", std::to_string(w1.err));
 }
 
+TEST(DdFunc, BesselNextToTheirZeros) {
+  // J0, J1, Y0 and Y1 next to each of their zeros z below 40.5, from
+  // min(1/4, z/24) away down to 2^-100 (the nearest double-doubles): the
+  // error is relative there, where the general methods only keep it
+  // against the size of the oscillation.
+  using MpBessel = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+  struct Fn {
+    const char *name;
+    kaf_dd (*f)(kaf_dd);
+    MpBessel ref;
+  };
+  const Fn fns[] = {{"J0", __KAFf90_bessel_j0_dd, mpfr_j0},
+                    {"J1", __KAFf90_bessel_j1_dd, mpfr_j1},
+                    {"Y0", __KAFf90_bessel_y0_dd, mpfr_y0},
+                    {"Y1", __KAFf90_bessel_y1_dd, mpfr_y1}};
+  Big lo(400), hi(400), mid(400), flo(400), fm(400), mx(400), mr(320);
+  double worst = 0;
+  for (const Fn &fn : fns) {
+    // The zeros, to 2^-150, by bisection between sign changes.
+    std::vector<kaf_dd> zdd;
+    auto sgn = [](mpfr_ptr v) { return mpfr_sgn(v); };
+    for (double a = 0.5; a < 40.5; a += 0.125) {
+      mpfr_set_d(lo, a, MPFR_RNDN);
+      mpfr_set_d(hi, a + 0.125, MPFR_RNDN);
+      fn.ref(flo, lo, MPFR_RNDN);
+      fn.ref(fm, hi, MPFR_RNDN);
+      if (sgn(flo) * sgn(fm) > 0) continue;
+      for (int it = 0; it < 150; ++it) {
+        mpfr_add(mid, lo, hi, MPFR_RNDN);
+        mpfr_div_2ui(mid, mid, 1, MPFR_RNDN);
+        fn.ref(fm, mid, MPFR_RNDN);
+        if (sgn(fm) * sgn(flo) > 0) {
+          mpfr_set(lo, mid, MPFR_RNDN);
+        } else {
+          mpfr_set(hi, mid, MPFR_RNDN);
+        }
+      }
+      zdd.push_back(get_dd(mid));
+    }
+    Gen g(95);
+    Worst w;
+    for (long i = 0; i < kTenK / 4; ++i) {
+      kaf_dd z = zdd[g.rng() % zdd.size()];
+      double reach = 0.99 * std::min(0.25, z.hi / 24.0);  // inside the series' reach
+      double t = std::ldexp(g.unit(), g.expo(-100, -3)) * 0.5;
+      if (t > reach) t = reach;
+      kaf_dd x = __KAFf90_dd_PLUS_d(z, g.coin() ? t : -t);
+      kaf_dd r = fn.f(x);
+      set_dd(mx, x);
+      fn.ref(mr, mx, MPFR_RNDN);
+      w.note(err_units(r, mr), show(x));
+    }
+    EXPECT_LE(w.err, 6.0) << fn.name << ": " << w.where;
+    worst = std::max(worst, w.err);
+  }
+  RecordProperty("worst_units", std::to_string(worst));
+}
+
 TEST(DdFunc, BesselYSpecialsAndRange) {
   EXPECT_TRUE(same(__KAFf90_bessel_y0_dd({0.0, 0}), {-kInf, 0}));
   EXPECT_TRUE(std::isnan(__KAFf90_bessel_y1_dd({-1.0, 0}).hi));
