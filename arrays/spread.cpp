@@ -22,6 +22,12 @@ constexpr int64_t chunk_bytes = int64_t{16} << 10;
 // than it saves, and the whole result goes through one strided copy instead.
 constexpr int64_t small_gather_bytes = 512;
 
+// Contiguous blocks up to this size, copied to runs of copies up to
+// small_span_bytes, are moved in words by one loop: a call of memcpy per
+// block would cost more than the bytes it moves.
+constexpr int64_t small_block_bytes = 64;
+constexpr int64_t small_span_bytes = 4096;
+
 // dst holds one copy of a block of `block` bytes in its last block; fills the
 // copies before it, so that dst holds `copies` copies. Small blocks double
 // what is written until a chunk is reached; each step then reads the chunk
@@ -58,6 +64,10 @@ template <int ES>
 void fill_run(char *d, const char *s, int64_t copies) {
   const int64_t n = copies * ES;
   if constexpr (ES == 1) {
+    if (copies < 16) {
+      for (int64_t i = 0; i < copies; ++i) d[i] = *s;
+      return;
+    }
     std::memset(d, static_cast<unsigned char>(*s), static_cast<size_t>(copies));
   } else {
     if (n >= 16) {
@@ -135,6 +145,25 @@ void fill_each(char *d, const view &src, int64_t span, int64_t copies) {
   }
 }
 
+// Copies each contiguous block of SOURCE's dimensions below `at` (block bytes,
+// from H to 2H) `copies` times in a row, as two stores of H bytes that
+// overlap in the middle (no call per copy, and no loop the compiler would turn
+// back into one); d is one past the end of the result.
+template <int H>
+void copy_small_blocks(char *d, const view &src, int at, int64_t block, int64_t copies) {
+  const int64_t span = block * copies;
+  walk_back(src, at, [&](const char *p) {
+    unsigned char head[H], tail[H];
+    std::memcpy(head, p, H);
+    std::memcpy(tail, p + block - H, H);
+    d -= span;
+    for (char *q = d; q != d + span; q += block) {
+      std::memcpy(q, head, H);
+      std::memcpy(q + block - H, tail, H);
+    }
+  });
+}
+
 // True when dimensions 0..n-1 of v are contiguous in array element order
 // (strides es, es * extent 1, ...; dimensions of extent 1 do not matter).
 bool is_contiguous(const view &v, int n) {
@@ -184,24 +213,42 @@ void spread_contiguous(char *dst, const view &src, int at, int64_t copies) {
   for (int k = at; k < src.rank; ++k) outer *= src.extent[k];
   char *d = dst + outer * span;  // one past the copies of the current index
 
-  if (at == 0) {  // each SOURCE element NCOPIES times in a row
-    switch (es) {
+  // Blocks of 2, 4, 8 or 16 bytes are broadcast as one element: SOURCE's
+  // elements (DIM = 1), or contiguous blocks of its lower dimensions.
+  const bool inner_contiguous = is_contiguous(src, at);
+  if (inner_contiguous && (block == 1 || block == 2 || block == 4 || block == 8 || block == 16)) {
+    view blocks{};
+    blocks.base = src.base;
+    blocks.elsize = block;
+    blocks.rank = src.rank - at;
+    for (int k = 0; k < blocks.rank; ++k) {
+      blocks.extent[k] = src.extent[at + k];
+      blocks.stride[k] = src.stride[at + k];
+    }
+    switch (block) {
       case 1:
-        return fill_each<1>(d, src, span, copies);
+        return fill_each<1>(d, blocks, span, copies);
       case 2:
-        return fill_each<2>(d, src, span, copies);
+        return fill_each<2>(d, blocks, span, copies);
       case 4:
-        return fill_each<4>(d, src, span, copies);
+        return fill_each<4>(d, blocks, span, copies);
       case 8:
-        return fill_each<8>(d, src, span, copies);
-      case 16:
-        return fill_each<16>(d, src, span, copies);
+        return fill_each<8>(d, blocks, span, copies);
       default:
-        return fill_each<0>(d, src, span, copies);
+        return fill_each<16>(d, blocks, span, copies);
     }
   }
+  // Other small blocks with few copies: word stores, no call per copy.
+  if (inner_contiguous && block <= small_block_bytes && span <= small_span_bytes) {
+    if (block <= 2) return copy_small_blocks<1>(d, src, at, block, copies);
+    if (block <= 4) return copy_small_blocks<2>(d, src, at, block, copies);
+    if (block <= 8) return copy_small_blocks<4>(d, src, at, block, copies);
+    if (block <= 16) return copy_small_blocks<8>(d, src, at, block, copies);
+    if (block <= 32) return copy_small_blocks<16>(d, src, at, block, copies);
+    return copy_small_blocks<32>(d, src, at, block, copies);
+  }
+  if (at == 0) return fill_each<0>(d, src, span, copies);  // larger elements
 
-  const bool inner_contiguous = is_contiguous(src, at);
   if (!inner_contiguous && block < small_gather_bytes) {
     copy_dim dims[max_rank];
     copy_strided(dst, src.base, es, spread_dims(src, at, copies, nullptr, dims), dims);

@@ -222,8 +222,9 @@ constexpr char guard_byte = '\x5a';
 
 // The kernel's paths on their edges: runs of copies below, at and above one
 // 16-byte store, one 64-byte round and the 16 KiB replication chunk, for word
-// and odd element sizes; inner blocks below and above the chunk, contiguous
-// and strided; compared with the definition, not with another entry.
+// and odd element sizes; inner blocks of every small size (moved as two
+// overlapping words) and below and above the chunk, contiguous and strided;
+// compared with the definition, not with another entry.
 TEST(Spread, RunsAroundStoreAndChunkEdges) {
   struct row {
     int64_t es, dim;
@@ -240,6 +241,9 @@ TEST(Spread, RunsAroundStoreAndChunkEdges) {
         if (nc < 300 || n1 < 100) rows.push_back({8, 2, {n1, 2}, step, nc});
   for (int64_t step : {1, -3})  // inner blocks of rank 2, strided and not
     rows.push_back({16, 3, {40, 3, 2}, step, 5});
+  for (int64_t es : {1, 3, 4, 8, 12})  // blocks of 2 to 84 bytes, few and many copies
+    for (int64_t n1 : {2, 3, 5, 7})
+      for (int64_t nc : {2, 3, 300}) rows.push_back({es, 2, {n1, 3}, 1, nc});
   rows.push_back({40, 2, {500}, 1, 3});  // a block of 20000 bytes: chunked
   rows.push_back({4, 2, {7, 5}, 2, 9});  // small strided blocks: one strided copy
   for (const row &w : rows) {
