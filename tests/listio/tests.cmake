@@ -3,3 +3,4 @@
 # as the oracles of the round trip.
 target_sources(test_listio PRIVATE ${CMAKE_CURRENT_LIST_DIR}/lioctx.cpp)
 target_include_directories(test_listio PRIVATE ${CMAKE_SOURCE_DIR})
+target_sources(test_listio PRIVATE ${CMAKE_CURRENT_LIST_DIR}/nml_support.cpp)
