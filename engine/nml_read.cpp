@@ -330,7 +330,6 @@ kaf_status read_designator(reader &r, selection &s) {
   bool substring = false;
   for (;;) {
     if (kaf_status st = skip_blanks(c)) return st;
-    if (c.at_eor) return fail(c, E_EXPECTED_EQUALS, ' ');
     if (c.ch == '(') {
       if (pending.rank > 0) {
         dims chosen;

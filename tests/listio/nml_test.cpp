@@ -180,3 +180,165 @@ TEST(NamelistRead, ScalarsArraysAndComponents) {
   EXPECT_EQ(pa[1].y[1], 7.0f);
   EXPECT_EQ(std::string(pa[2].s, 3), std::string("\0QR", 3));
 }
+
+namespace {
+
+// The group of the error rows: every kind of object a designator can name.
+struct error_group {
+  std::int32_t i = 0;
+  std::int32_t a[5] = {};
+  std::int32_t b[3][2] = {};  // B(1:2,1:3) in array element order: B(i,j) is b[j-1][i-1]
+  char c[6] = {};
+  char ca[3][4] = {};
+  point p{};
+  point pa[3] = {};
+  descriptor a_d{a, 4, {{1, 5}}};
+  descriptor b_d{b, 4, {{1, 2}, {1, 3}}};
+  descriptor ca_d{ca, 4, {{1, 3}}, true, 4};
+  descriptor pa_d{pa, sizeof(point), {{1, 3}}, true, sizeof(point)};
+  group_builder g{"E"};
+  error_group() {
+    g.scalar("I", KAF_TYPE_I, &i)
+        .array("A", KAF_TYPE_I, 1, a_d.get())
+        .array("B", KAF_TYPE_I, 2, b_d.get())
+        .scalar("C", KAF_TYPE_CH, c, 6)
+        .array("CA", KAF_TYPE_CH, 1, ca_d.get())
+        .scalar("P", KAF_TYPE_DERIVED, &p, 0, &point_type)
+        .array("PA", KAF_TYPE_DERIVED, 1, pa_d.get(), &point_type);
+  }
+};
+
+}  // namespace
+
+TEST(NamelistRead, EveryErrorText) {
+  const std::string long_name(64, 'N');
+  static const struct {
+    std::string input;
+    std::int32_t iostat;
+    const char *iomsg;
+  } rows[] = {
+      {" x", 1084, "Expected '&' but found 'x' in NAMELIST input"},
+      {"\n\n  !only a comment\n E", 1084, "Expected '&' but found 'E' in NAMELIST input"},
+      {" &E &" + long_name, 1085, "NAMELIST group name in input is too long"},
+      {" &OTHER I=1 /", 1086, "Expected NAMELIST group /E/ but found /OTHER/"},
+      {" &e I=1 &f", 1087, "Invalid character '&' in NAMELIST input"},
+      {" &E 1=2 /", 1087, "Invalid character '1' in NAMELIST input"},
+      {" &E I=1 2 /", 1087, "Invalid character '2' in NAMELIST input"},
+      {" &" + long_name + " /", 1088, "NAMELIST group name in input of NAMELIST/E/ is too long"},
+      {" &E I 5 /", 1089, "Expected '=' but found '5' in NAMELIST input"},
+      {" &E I; /", 1089, "Expected '=' but found ';' in NAMELIST input"},
+      {" &E Q=1 /", 1090, "Unknown group object \"Q\" in input for NAMELIST/E/"},
+      {" &E I(1)=1 /", 1091, "Unexpected subscript for object I of NAMELIST/E/"},
+      {" &E C(1:2)(1:1)='x' /", 1091, "Unexpected subscript for object C of NAMELIST/E/"},
+      {" &E I%X=1 /", 1092, "Unexpected component specifier for object I of NAMELIST/E/"},
+      {" &E P%" + long_name + "=1 /", 1093, "Component name too long in input for object P of NAMELIST/E/"},
+      {" &E P%Z=1 /", 1094, "Unknown component \"Z\" in input for object P of NAMELIST/E/"},
+      {" &E PA%Y=1 /", 1095, "Array component of array parent in input for object PA of NAMELIST/E/"},
+      {" &E PA(1:2)%Y(:)=1 /", 1095, "Array component of array parent in input for object PA of NAMELIST/E/"},
+      {" &E A(x)=1 /", 1096, "Invalid integer literal in input for object A of NAMELIST/E/"},
+      {" &E A(-)=1 /", 1096, "Invalid integer literal in input for object A of NAMELIST/E/"},
+      {" &E A(99999999999999999999)=1 /", 1096, "Invalid integer literal in input for object A of NAMELIST/E/"},
+      {" &E C(2)='x' /", 1097, "Expected ':' but found ')' in input for object C of NAMELIST/E/"},
+      {" &E C(3:2)='x' /", 1098, "Substring has zero length in input for object C of NAMELIST/E/"},
+      {" &E C(0:2)='x' /", 1099, "Substring (0:2) out of bounds in input for object C of NAMELIST/E/"},
+      {" &E CA(1)(2:7)='x' /", 1099, "Substring (2:7) out of bounds in input for object CA of NAMELIST/E/"},
+      {" &E B(1)=1 /", 1100, "Expected ',' but found ')' in input for object B of NAMELIST/E/"},
+      {" &E A(1,2)=1 /", 1101, "Expected ')' but found ',' in input for object A of NAMELIST/E/"},
+      {" &E C(1:2=1 /", 1101, "Expected ')' but found '=' in input for object C of NAMELIST/E/"},
+      {" &E A(6)=1 /", 1102, "Subscript (6) out of range in input for object A of NAMELIST/E/"},
+      {" &E A(0:2)=1 /", 1102, "Subscript (0) out of range in input for object A of NAMELIST/E/"},
+      {" &E A(1:9:4)=1 /", 1102, "Subscript (9) out of range in input for object A of NAMELIST/E/"},
+      {" &E B(2,-3)=1 /", 1102, "Subscript (-3) out of range in input for object B of NAMELIST/E/"},
+      {" &E A(4:2)=1 /", 1103, "Array section has zero size in input for object A of NAMELIST/E/"},
+      {" &E A(1:3:0)=1 /", 1104, "Section stride has value zero in input for object A of NAMELIST/E/"},
+      {" & E /", 1105, "Missing namelist group name in input of NAMELIST/E/"},
+      {" &1E /", 1105, "Missing namelist group name in input of NAMELIST/E/"},
+      // Values are the list-directed readers' and keep their errors.
+      {" &E I=x /", 1006, "Invalid input for integer editing"},
+      {" &E P%Y=1.5.5 /", 1011, "Invalid input for real editing"},
+      {" &E A=0*1 /", 1005, "Zero repeat factor in list-directed input"},
+  };
+  for (const auto &r : rows) {
+    error_group e;
+    const outcome o = read_internal(e.g.get(), r.input);
+    EXPECT_EQ(o.status, r.iostat) << r.input;
+    EXPECT_EQ(o.iostat, r.iostat) << r.input;
+    EXPECT_EQ(o.iomsg, r.iomsg) << r.input;
+  }
+}
+
+TEST(NamelistRead, EndOfFileBeforeOrInsideTheGroup) {
+  for (const char *input : {"", "   \n  ! nothing\n", " &E I=1", " &E A= 1 2,\n"}) {
+    error_group e;
+    const outcome o = read_internal(e.g.get(), input);
+    EXPECT_EQ(o.status, -1) << input;
+    EXPECT_EQ(o.iostat, -1) << input;
+  }
+}
+
+TEST(NamelistRead, RepeatFactorsNullValuesAndSeparators) {
+  static const struct {
+    const char *input;
+    std::int32_t want[5];  // A(1:5), starting from 9 9 9 9 9
+  } rows[] = {
+      {" &E A=2*7, , 2* /", {7, 7, 9, 9, 9}},
+      {" &E A= ,,3 /", {9, 9, 3, 9, 9}},
+      {" &E A=1,\n\n 2 ! two records on\n,3 /", {1, 2, 3, 9, 9}},
+      {" &E A=5*4 /", {4, 4, 4, 4, 4}},
+      {" &E A=9*4 I=2 /", {4, 4, 4, 4, 4}},  // the rest of the repeat is dropped
+      {" &E A(5:1:-2)=1 2 3 /", {3, 9, 2, 9, 1}},
+      {" &E A(2:)=1 2 3 4 /", {9, 1, 2, 3, 4}},
+      {" &E A(:2)=1, a(4)=8/", {1, 9, 9, 8, 9}},
+      {" &E A=1 2, I=3,,, A(5)=6 $END", {1, 2, 9, 9, 6}},
+      {" $E A=1 $", {1, 9, 9, 9, 9}},
+      {" $e a=1 2 $end", {1, 2, 9, 9, 9}},
+      {" &E A=1 2 &end", {1, 2, 9, 9, 9}},
+      {" &E A=1 2/", {1, 2, 9, 9, 9}},
+      {" &E ,, A=1 2 , , /", {1, 2, 9, 9, 9}},
+      {" &E\n A\n =\n 1\n 2\n /", {1, 2, 9, 9, 9}},
+  };
+  for (const auto &r : rows) {
+    error_group e;
+    for (auto &v : e.a) v = 9;
+    const outcome o = read_internal(e.g.get(), r.input);
+    EXPECT_EQ(o.status, 0) << r.input << " " << o.iomsg;
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(e.a[k], r.want[k]) << r.input << " A(" << k + 1 << ")";
+  }
+}
+
+TEST(NamelistRead, TwoDimensionsSectionsAndSubstrings) {
+  error_group e;
+  const outcome o = read_internal(e.g.get(),
+                                  " &E B(2,:)=1 2 3, B(1,3:1:-2)=4 5 CA(2:3)(2:3)='xy' 'zw'\n"
+                                  " CA(1)='abcdef' C(5:)='!!' PA(2:3)%S(3:3)='q' 'r' /");
+  ASSERT_EQ(o.status, 0) << o.iomsg;
+  // B(2,1..3) = 1 2 3; B(1,3) = 4, B(1,1) = 5.
+  EXPECT_EQ(e.b[0][1], 1);
+  EXPECT_EQ(e.b[1][1], 2);
+  EXPECT_EQ(e.b[2][1], 3);
+  EXPECT_EQ(e.b[2][0], 4);
+  EXPECT_EQ(e.b[0][0], 5);
+  EXPECT_EQ(e.b[1][0], 0);
+  EXPECT_EQ(std::string(e.ca[0], 4), "abcd");
+  EXPECT_EQ(std::string(e.ca[1], 4), std::string("\0xy\0", 4));
+  EXPECT_EQ(std::string(e.ca[2], 4), std::string("\0zw\0", 4));
+  EXPECT_EQ(std::string(e.c, 6), std::string("\0\0\0\0!!", 6));
+  EXPECT_EQ(e.pa[0].s[2], 0);
+  EXPECT_EQ(e.pa[1].s[2], 'q');
+  EXPECT_EQ(e.pa[2].s[2], 'r');
+}
+
+TEST(NamelistRead, LetterValuesAgainstObjectNames) {
+  std::int32_t t = 1, f = 0;
+  char s[4] = {};
+  group_builder g("G");
+  g.scalar("T", KAF_TYPE_L, &t).scalar("F", KAF_TYPE_I, &f).scalar("S", KAF_TYPE_CH, s, 4);
+  const outcome o = read_internal(g.get(), " &G T = F, F = 2 S = abc T=.true. /");
+  ASSERT_EQ(o.status, 0) << o.iomsg;
+  EXPECT_EQ(t, 1);
+  EXPECT_EQ(f, 2);
+  EXPECT_EQ(std::string(s, 4), "abc ");
+  const outcome o2 = read_internal(g.get(), " &G T = F F(1)=2 /");
+  EXPECT_EQ(o2.iostat, 1091);  // F(1) is a designator, and F a scalar
+  EXPECT_EQ(t, 0);
+}
