@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -341,4 +342,184 @@ TEST(NamelistRead, LetterValuesAgainstObjectNames) {
   const outcome o2 = read_internal(g.get(), " &G T = F F(1)=2 /");
   EXPECT_EQ(o2.iostat, 1091);  // F(1) is a designator, and F a scalar
   EXPECT_EQ(t, 0);
+}
+
+namespace {
+
+// One object of every intrinsic type, scalar and array, with random values.
+struct all_types {
+  static constexpr int n = 7;
+  std::int8_t i1[n];
+  std::int16_t i2[n];
+  std::int32_t i[n];
+  std::int64_t i4[n];
+  std::int8_t l1[n];
+  std::int16_t l2[n];
+  std::int32_t l[n];
+  std::int64_t l4[n];
+  std::uint16_t h[n];
+  float r[n];
+  double d[n];
+  kaf_dd dd[n];
+  std::uint16_t hc[2 * n];
+  float c[2 * n];
+  double dc[2 * n];
+  kaf_ddc ddc[n];
+  char ch[n][5];
+  std::uint16_t ch2j[n][3];
+  std::uint16_t ch2u[n][3];
+  std::uint32_t ch4[n][3];
+  double ds;  // a scalar beside the arrays
+  std::vector<descriptor> descs;
+  group_builder g{"ALL"};
+
+  void add(const void *base, std::int64_t elsize, std::int64_t len) {
+    const bool word = len != 0;
+    descs.emplace_back(base, elsize, std::vector<std::pair<std::int64_t, std::int64_t>>{{-3, n - 4}}, word, len);
+  }
+  void build() {
+    descs.reserve(32);
+    const struct {
+      const char *name;
+      std::int32_t type;
+      const void *base;
+      std::int64_t elsize, len;
+    } objs[] = {
+        {"I1", KAF_TYPE_I1, i1, 1, 0}, {"I2", KAF_TYPE_I2, i2, 2, 0}, {"I", KAF_TYPE_I, i, 4, 0},
+        {"I4", KAF_TYPE_I4, i4, 8, 0}, {"L1", KAF_TYPE_L1, l1, 1, 0}, {"L2", KAF_TYPE_L2, l2, 2, 0},
+        {"L", KAF_TYPE_L, l, 4, 0},    {"L4", KAF_TYPE_L4, l4, 8, 0}, {"H", KAF_TYPE_H, h, 2, 0},
+        {"R", KAF_TYPE_R, r, 4, 0},    {"D", KAF_TYPE_D, d, 8, 0},    {"DD", KAF_TYPE_DD, dd, 16, 0},
+        {"HC", KAF_TYPE_HC, hc, 4, 0}, {"C", KAF_TYPE_C, c, 8, 0},    {"DC", KAF_TYPE_DC, dc, 16, 0},
+        {"DDC", KAF_TYPE_DDC, ddc, 32, 0}, {"CH", KAF_TYPE_CH, ch, 5, 5}, {"CH2J", KAF_TYPE_CH2J, ch2j, 6, 3},
+        {"CH2U", KAF_TYPE_CH2U, ch2u, 6, 3}, {"CH4", KAF_TYPE_CH4, ch4, 12, 3},
+    };
+    for (const auto &o : objs) {
+      add(o.base, o.elsize, o.len);
+      g.array(o.name, o.type, 1, descs.back().get());
+    }
+    g.scalar("DS", KAF_TYPE_D, &ds);
+  }
+};
+
+// Reals the list-directed forms write with every digit they need: dyadic
+// values in the fixed-form range, anything beyond it in the exponent form
+// (17 digits for DOUBLE PRECISION), and the special values.
+double random_double(std::mt19937_64 &rng, bool single) {
+  switch (rng() % 6) {
+  case 0: return static_cast<double>(static_cast<std::int64_t>(rng() % 12800) - 6400) / 64.0;
+  case 1: {
+    if (single) return -static_cast<double>(100 + rng() % 16777116);
+    const int e = 7 + static_cast<int>(rng() % 900);
+    double v = std::ldexp(1.0 + static_cast<double>(rng() % 4096) / 4096.0, rng() % 2 ? e : -e);
+    return rng() % 2 ? -v : v;
+  }
+  case 2: {
+    static const double specials[] = {0.0, -0.0, HUGE_VAL, -HUGE_VAL, 3.4028234663852886e38, 1e-300, 5e-324};
+    double v = specials[rng() % 7];
+    return single && std::fabs(v) < 1e-38 && v != 0 ? 1e-30 : v;
+  }
+  default: {
+    // REAL is written with 8 digits: integers of at most 8 digits below
+    // 2^24 and small dyadic fractions are written exactly.
+    if (single)
+      return rng() % 2 ? static_cast<double>(100 + rng() % 16777116)
+                       : std::ldexp(static_cast<double>(1 + 2 * (rng() % 4)), -7 - static_cast<int>(rng() % 4));
+    std::uint64_t bits;
+    do bits = rng(); while (!std::isfinite(std::bit_cast<double>(bits)) || std::fabs(std::bit_cast<double>(bits)) < 100);
+    return std::bit_cast<double>(bits);
+  }
+  }
+}
+
+// Half values other than NaNs; the fixed form F8.4 keeps only 4 digits for
+// magnitudes in [0.1, 1), which do not tell every half there apart, so the
+// exponents of [0.0625, 1) are left out.
+std::uint16_t random_half(std::mt19937_64 &rng) {
+  std::uint16_t bits;
+  int e;
+  do {
+    bits = static_cast<std::uint16_t>(rng());
+    e = (bits >> 10) & 0x1F;
+  } while ((e == 0x1F && (bits & 0x3FF)) || (e >= 11 && e <= 14));
+  return bits;
+}
+
+void randomise(all_types &t, std::mt19937_64 &rng) {
+  for (int k = 0; k < all_types::n; ++k) {
+    t.i1[k] = static_cast<std::int8_t>(rng());
+    t.i2[k] = static_cast<std::int16_t>(rng());
+    t.i[k] = static_cast<std::int32_t>(rng());
+    t.i4[k] = static_cast<std::int64_t>(rng() >> (rng() % 64));
+    t.l1[k] = static_cast<std::int8_t>(rng() % 2);
+    t.l2[k] = static_cast<std::int16_t>(rng() % 2);
+    t.l[k] = static_cast<std::int32_t>(rng() % 2);
+    t.l4[k] = static_cast<std::int64_t>(rng() % 2);
+    t.h[k] = random_half(rng);
+    t.r[k] = static_cast<float>(random_double(rng, true));
+    t.d[k] = random_double(rng, false);
+    t.dd[k] = kaf_dd{static_cast<double>(static_cast<std::int64_t>(rng() % 2000) - 1000) / 8.0, 0.0};
+    t.hc[2 * k] = random_half(rng);
+    t.hc[2 * k + 1] = random_half(rng);
+    t.c[2 * k] = static_cast<float>(random_double(rng, true));
+    t.c[2 * k + 1] = static_cast<float>(random_double(rng, true));
+    t.dc[2 * k] = random_double(rng, false);
+    t.dc[2 * k + 1] = random_double(rng, false);
+    t.ddc[k] = kaf_ddc{{static_cast<double>(rng() % 1000) / 4.0, 0.0}, {-static_cast<double>(rng() % 1000), 0.0}};
+    static const char alphabet[] = "abcXYZ '\"/,&$!=%()0123";
+    for (int j = 0; j < 5; ++j) t.ch[k][j] = alphabet[rng() % (sizeof alphabet - 1)];
+    for (int j = 0; j < 3; ++j) {
+      t.ch2j[k][j] = static_cast<std::uint16_t>(alphabet[rng() % (sizeof alphabet - 1)]);
+      t.ch2u[k][j] = static_cast<std::uint16_t>(0xA0 + rng() % 0x60);  // ISO 8859-1 letters
+      t.ch4[k][j] = static_cast<std::uint32_t>(alphabet[rng() % (sizeof alphabet - 1)]);
+    }
+  }
+  t.ds = random_double(rng, false);
+}
+
+bool same_real(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
+
+}  // namespace
+
+TEST(NamelistRoundTrip, EveryIntrinsicType) {
+  std::mt19937_64 rng(20261122);
+  for (int trial = 0; trial < 300; ++trial) {
+    all_types out{}, in{};
+    out.build();
+    in.build();
+    randomise(out, rng);
+    outcome w;
+    const std::string text = write_internal(out.g.get(), 70 + static_cast<std::int64_t>(rng() % 60), 400, &w);
+    ASSERT_EQ(w.status, 0) << w.iomsg;
+    const outcome r = read_internal(in.g.get(), text);
+    ASSERT_EQ(r.status, 0) << r.iomsg << "\n" << text;
+    for (int k = 0; k < all_types::n; ++k) {
+      EXPECT_EQ(in.i1[k], out.i1[k]) << text;
+      EXPECT_EQ(in.i2[k], out.i2[k]);
+      EXPECT_EQ(in.i[k], out.i[k]);
+      EXPECT_EQ(in.i4[k], out.i4[k]);
+      EXPECT_EQ(in.l1[k], out.l1[k]);
+      EXPECT_EQ(in.l2[k], out.l2[k]);
+      EXPECT_EQ(in.l[k], out.l[k]);
+      EXPECT_EQ(in.l4[k], out.l4[k]);
+      EXPECT_EQ(in.h[k], out.h[k]) << text;
+      EXPECT_TRUE(same_real(in.r[k], out.r[k])) << in.r[k] << " " << out.r[k] << "\n" << text;
+      EXPECT_TRUE(same_real(in.d[k], out.d[k])) << in.d[k] << " " << out.d[k] << "\n" << text;
+      EXPECT_TRUE(in.dd[k].hi == out.dd[k].hi && in.dd[k].lo == out.dd[k].lo) << text;
+      EXPECT_EQ(in.hc[2 * k], out.hc[2 * k]) << text;
+      EXPECT_EQ(in.hc[2 * k + 1], out.hc[2 * k + 1]) << text;
+      EXPECT_TRUE(same_real(in.c[2 * k], out.c[2 * k]) && same_real(in.c[2 * k + 1], out.c[2 * k + 1]))
+          << in.c[2 * k] << "," << in.c[2 * k + 1] << " vs " << out.c[2 * k] << "," << out.c[2 * k + 1];
+      EXPECT_TRUE(same_real(in.dc[2 * k], out.dc[2 * k]) && same_real(in.dc[2 * k + 1], out.dc[2 * k + 1])) << text;
+      EXPECT_TRUE(same_real(in.ddc[k].re.hi, out.ddc[k].re.hi) && same_real(in.ddc[k].im.hi, out.ddc[k].im.hi))
+          << text;
+      EXPECT_EQ(std::string(in.ch[k], 5), std::string(out.ch[k], 5)) << text;
+      for (int j = 0; j < 3; ++j) {
+        EXPECT_EQ(in.ch2j[k][j], out.ch2j[k][j]) << text;
+        EXPECT_EQ(in.ch2u[k][j], out.ch2u[k][j]) << text;
+        EXPECT_EQ(in.ch4[k][j], out.ch4[k][j]) << text;
+      }
+    }
+    EXPECT_TRUE(same_real(in.ds, out.ds)) << text;
+    if (HasFailure()) break;
+  }
 }
