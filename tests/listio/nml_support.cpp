@@ -42,7 +42,8 @@ std::string write_internal(const kaf_nml_group *g, std::int64_t width, std::int6
   return text;
 }
 
-outcome read_internal(const kaf_nml_group *g, const std::string &text) {
+outcome read_internal(const kaf_nml_group *g, const std::string &text, const char *src_file,
+                      std::int32_t src_line) {
   std::vector<std::string> lines;
   std::size_t start = 0;
   while (start < text.size()) {
@@ -64,7 +65,9 @@ outcome read_internal(const kaf_nml_group *g, const std::string &text) {
   std::memset(st.iomsg, ' ', sizeof st.iomsg);
   outcome o;
   o.status = __KAFf90_read_internal_file(st.ctx, &f, &st.iostat, st.iomsg, sizeof st.iomsg, KAF_IO_ERR | KAF_IO_END);
-  if (o.status == 0) o.status = __KAFf90_do_read_namelist(st.ctx, g);
+  if (o.status == 0)
+    o.status = src_file ? __KAFf90_do_read_namelist2(st.ctx, g, src_file, src_line)
+                        : __KAFf90_do_read_namelist(st.ctx, g);
   const std::int32_t end = __KAFf90_end_read_internal(st.ctx);
   if (o.status == 0) o.status = end;
   o.iostat = st.iostat;

@@ -69,6 +69,8 @@ struct outcome {
 std::string write_internal(const kaf_nml_group *g, std::int64_t width = 72, std::int64_t nrec = 64,
                            outcome *out = nullptr);
 // NAMELIST READ from an internal file whose records are the lines of text.
-outcome read_internal(const kaf_nml_group *g, const std::string &text);
+// src_file/src_line go to the namelist call (null: the forwarder is used).
+outcome read_internal(const kaf_nml_group *g, const std::string &text, const char *src_file = nullptr,
+                      std::int32_t src_line = 0);
 
 }  // namespace nmltest

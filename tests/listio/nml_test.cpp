@@ -523,3 +523,120 @@ TEST(NamelistRoundTrip, EveryIntrinsicType) {
     if (HasFailure()) break;
   }
 }
+
+namespace {
+
+// Sets the autoskip option for the life of the object.
+struct autoskip {
+  std::int32_t saved = __KAFf90_autoskip_namelist;
+  explicit autoskip(std::int32_t v) { __KAFf90_autoskip_namelist = v; }
+  ~autoskip() { __KAFf90_autoskip_namelist = saved; }
+};
+
+const char skipping_input[] =
+    " &FIRST A=1, S='a / inside &E and $end', T=\"'\" ! /\n"
+    " / &SECOND x=2 $end\n"
+    " $THIRD $\n"
+    " &E I=5 /\n";
+
+}  // namespace
+
+TEST(NamelistAutoskip, OtherGroupsAreAnErrorByDefault) {
+  autoskip off(0);
+  error_group e;
+  const outcome o = read_internal(e.g.get(), skipping_input);
+  EXPECT_EQ(o.iostat, 1086);
+  EXPECT_EQ(o.iomsg, "Expected NAMELIST group /E/ but found /FIRST/");
+}
+
+TEST(NamelistAutoskip, SkipsWholeGroupsWithStringsCommentsAndTerminators) {
+  autoskip on(1);
+  error_group e;
+  const outcome o = read_internal(e.g.get(), skipping_input);
+  EXPECT_EQ(o.status, 0) << o.iomsg;
+  EXPECT_EQ(e.i, 5);
+  // A group that never comes: the end of the file.
+  error_group f;
+  EXPECT_EQ(read_internal(f.g.get(), " &A x=1 / &B y=2 /").iostat, -1);
+}
+
+TEST(NamelistAutoskip, LoggingNamesTheStatementAndEachGroupSkipped) {
+  const auto child = kaftest::run_in_child([] {
+    __KAFf90_autoskip_namelist = 2;
+    error_group e;
+    const outcome o = read_internal(e.g.get(), skipping_input, "prog.f90", 12);
+    if (o.status) return;
+    std::printf("I=%d\n", e.i);
+  });
+  EXPECT_EQ(child.out, "I=5\n");
+  EXPECT_EQ(child.err,
+            "[prog.f90, line 12: Looking for namelist group E, skipping FIRST]\n"
+            "[prog.f90, line 12: Looking for namelist group E, skipping SECOND]\n"
+            "[prog.f90, line 12: Looking for namelist group E, skipping THIRD]\n");
+}
+
+TEST(NamelistLegacy, WritenThenReadnOnAUnit) {
+  const std::string path = temp_path("legacy");
+  ASSERT_EQ(__KAFf90_open(31, path.data(), path.size(), "REPLACE", 7, nullptr, 0, nullptr, 0, nullptr, 0), 0);
+  std::int32_t i = 7;
+  double d[2] = {0.5, -1e-200};
+  char s[4] = {'a', '\'', 'b', ' '};
+  descriptor d_d(d, 8, {{1, 2}});
+  group_builder g("legacy");
+  g.scalar("i", KAF_TYPE_I, &i).array("d", KAF_TYPE_D, 1, d_d.get()).scalar("s", KAF_TYPE_CH, s, 4);
+  ASSERT_EQ(__KAFf90_writen(31, g.get(), 0), 0);
+  ASSERT_EQ(__KAFf90_writen(31, g.get(), 0), 0);
+  ASSERT_EQ(__KAFf90_rewind(31, 0), 0);
+  i = 0;
+  d[0] = d[1] = 0;
+  std::memset(s, 0, 4);
+  ASSERT_EQ(__KAFf90_readn(31, g.get(), 0), 0);
+  EXPECT_EQ(i, 7);
+  EXPECT_EQ(d[0], 0.5);
+  EXPECT_EQ(d[1], -1e-200);
+  EXPECT_EQ(std::string(s, 4), "a'b ");
+  // The second group follows the first; after it, the end of the file
+  // takes the END= branch (flag 1 reaches the engine as it is).
+  ASSERT_EQ(__KAFf90_readn(31, g.get(), 0), 0);
+  EXPECT_EQ(__KAFf90_readn(31, g.get(), KAF_IO_END), -1);
+  ASSERT_EQ(__KAFf90_close(31, 0), 0);
+  EXPECT_EQ(slurp(path),
+            " &LEGACY\n I= 7\n D=   0.5000000000000000 -9.9999999999999998E-201\n S= \"a'b \"\n /\n"
+            " &LEGACY\n I= 7\n D=   0.5000000000000000 -9.9999999999999998E-201\n S= \"a'b \"\n /\n");
+  std::remove(path.c_str());
+}
+
+TEST(NamelistLegacy, FlagWordsAndErrors) {
+  group_builder g("G");
+  std::int32_t i = 0;
+  g.scalar("I", KAF_TYPE_I, &i);
+  // writen reduces any flag word to 4: an unconnected unit returns its code.
+  EXPECT_EQ(__KAFf90_writen(77, g.get(), KAF_IO_END), 1048);
+  // readn passes END= alone on: an error is fatal.
+  const auto child = kaftest::run_in_child([&] { __KAFf90_readn(77, g.get(), KAF_IO_END); });
+  EXPECT_TRUE(child.signaled || (child.exited && child.exit_status != 0));
+  EXPECT_NE(child.err.find("Program terminated by I/O error on unit 77"), std::string::npos) << child.err;
+}
+
+TEST(NamelistFatal, AnErrorWithoutIostatEndsTheProgram) {
+  const std::string path = temp_path("fatal");
+  {
+    std::ofstream f(path);
+    f << " &G I=1 J=2 /\n";
+  }
+  const auto child = kaftest::run_in_child([&] {
+    group_builder g("G");
+    std::int32_t i = 0;
+    g.scalar("I", KAF_TYPE_I, &i);
+    if (__KAFf90_open(32, path.data(), path.size(), "OLD", 3, nullptr, 0, nullptr, 0, nullptr, 0)) return;
+    kaf_ioctx_space space;
+    auto *ctx = reinterpret_cast<kaf_ioctx *>(&space);
+    if (__KAFf90_read_seq4(ctx, "main.f90", 3, 32, nullptr, nullptr, 0, 0)) return;
+    __KAFf90_do_read_namelist2(ctx, g.get(), "main.f90", 4);
+  });
+  EXPECT_EQ(child.err.substr(0, child.err.find('\n') + 1),
+            "Runtime Error: main.f90, line 4: Unknown group object \"J\" in input for NAMELIST/G/\n")
+      << child.err;
+  EXPECT_NE(child.err.find("Program terminated by I/O error on unit 32"), std::string::npos) << child.err;
+  std::remove(path.c_str());
+}
