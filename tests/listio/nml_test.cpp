@@ -297,6 +297,8 @@ TEST(NamelistRead, RepeatFactorsNullValuesAndSeparators) {
       {" &E A=1 2/", {1, 2, 9, 9, 9}},
       {" &E ,, A=1 2 , , /", {1, 2, 9, 9, 9}},
       {" &E\n A\n =\n 1\n 2\n /", {1, 2, 9, 9, 9}},
+      // A blank after "r*" makes r null values, even where a value follows.
+      {" &E A=2*   7 /", {9, 9, 7, 9, 9}},
   };
   for (const auto &r : rows) {
     error_group e;
