@@ -1,5 +1,6 @@
 // libFuzzer target over namelist input: the first byte chooses the autoskip
-// option and the decimal mode of the file; the rest is the file, records
+// option and a start put before the data (none, inside the group, inside a
+// subscript list, after a component selector); the rest is the file, records
 // split at '\n', read with IOSTAT= into a group of every kind of object
 // (arrays of two ranks, characters, a derived type with an array of a
 // nested type), then written back. Every statement must end in success, an
@@ -51,8 +52,12 @@ bool catalogue_code(std::int32_t s) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   if (size < 1) return 0;
   __KAFf90_autoskip_namelist = data[0] & 1;
-  ++data;
-  --size;
+  static const char *const starts[] = {"", " &G ", " &G A(", " &G OA(1)%Q(1)%"};
+  const char *start_text = starts[(data[0] >> 1) & 3];
+  std::vector<std::uint8_t> input(start_text, start_text + std::strlen(start_text));
+  input.insert(input.end(), data + 1, data + size);
+  data = input.data();
+  size = input.size();
   // The records, padded to the longest.
   std::vector<std::pair<std::size_t, std::size_t>> lines;
   std::size_t start = 0, width = 1;

@@ -642,3 +642,62 @@ TEST(NamelistFatal, AnErrorWithoutIostatEndsTheProgram) {
   EXPECT_NE(child.err.find("Program terminated by I/O error on unit 32"), std::string::npos) << child.err;
   std::remove(path.c_str());
 }
+
+TEST(NamelistDecimalComma, SemicolonsSeparateValuesAndSubscriptsKeepCommas) {
+  const std::string path = temp_path("comma");
+  kaf_open_spec s{};
+  s.file = path.c_str();
+  s.file_len = path.size();
+  s.status = "REPLACE";
+  s.status_len = 7;
+  s.decimal = "COMMA";
+  s.decimal_len = 5;
+  s.delim = "APOSTROPHE";
+  s.delim_len = 10;
+  ASSERT_EQ(__KAFf90_openf4x(nullptr, 0, 33, &s), 0);
+  double x[2][2] = {{1.5, -2.25}, {0.5, 1e10}};  // X(1:2,1:2)
+  float z[2] = {0.5f, -1.5f};
+  char c[3] = {'a', '\'', 'b'};
+  descriptor x_d(x, 8, {{1, 2}, {1, 2}});
+  group_builder g("DC");
+  g.array("X", KAF_TYPE_D, 2, x_d.get()).scalar("Z", KAF_TYPE_C, z).scalar("C", KAF_TYPE_CH, c, 3);
+  kaf_ioctx_space space;
+  auto *ctx = reinterpret_cast<kaf_ioctx *>(&space);
+  ASSERT_EQ(__KAFf90_write_seq(ctx, nullptr, 0, 33, nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(__KAFf90_do_write_namelist(ctx, g.get()), 0);
+  ASSERT_EQ(__KAFf90_end_write_sequential(ctx), 0);
+  // A second group in the file, written by hand, with semicolons.
+  {
+    ASSERT_EQ(__KAFf90_write_seq(ctx, nullptr, 0, 33, nullptr, nullptr, 0, 0), 0);
+    ASSERT_EQ(__KAFf90_establish_format(ctx, "(A)", 3, 2), 0u);
+    const char text[] = " &DC X(2,1:2)= 7,5; ; Z=(1,25;2) /";
+    ASSERT_EQ(__KAFf90_fmt_write_ch(ctx, text, sizeof text - 1), 0u);
+    ASSERT_EQ(__KAFf90_end_write_sequential(ctx), 0);
+  }
+  ASSERT_EQ(__KAFf90_rewind4(nullptr, 0, 33, nullptr, nullptr, 0, 0), 0);
+  std::memset(x, 0, sizeof x);
+  std::memset(z, 0, sizeof z);
+  std::memset(c, 0, sizeof c);
+  for (int stmt = 0; stmt < 2; ++stmt) {
+    ASSERT_EQ(__KAFf90_read_seq4(ctx, nullptr, 0, 33, nullptr, nullptr, 0, 0), 0);
+    ASSERT_EQ(__KAFf90_do_read_namelist(ctx, g.get()), 0);
+    ASSERT_EQ(__KAFf90_end_read_sequential(ctx), 0);
+    if (stmt == 0) {
+      EXPECT_EQ(x[0][0], 1.5);
+      EXPECT_EQ(x[0][1], -2.25);
+      EXPECT_EQ(x[1][0], 0.5);
+      EXPECT_EQ(x[1][1], 1e10);
+      EXPECT_EQ(std::string(c, 3), "a'b");
+    }
+  }
+  EXPECT_EQ(x[0][1], 7.5);   // X(2,1)
+  EXPECT_EQ(x[1][1], 1e10);  // X(2,2): a null value
+  EXPECT_EQ(z[0], 1.25f);
+  EXPECT_EQ(z[1], 2.0f);
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 33, nullptr, 0, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(slurp(path),
+            " &DC\n X=   1,5000000000000000  -2,2500000000000000   0,5000000000000000   1,0000000000000000E+10\n"
+            " Z= (  0,5000000; -1,5000000)\n C= 'a''b'\n /\n"
+            " &DC X(2,1:2)= 7,5; ; Z=(1,25;2) /\n");
+  std::remove(path.c_str());
+}
