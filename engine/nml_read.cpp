@@ -511,7 +511,7 @@ kaf_status read_group(reader &r) {
     name_buf n;
     if (kaf_status s = read_name(c, &n)) return s;
     r.object = nullptr;
-    for (std::int32_t i = 0; i < r.group.nobjects && !r.object; ++i)
+    for (std::int32_t i = 0; i < r.group.nobjects && !r.object && n.len <= nml::kMaxName; ++i)
       if (nml::same_name(n.text, n.len, r.group.objects[i].name)) r.object = &r.group.objects[i];
     if (!r.object) return fail(c, E_UNKNOWN_OBJECT, n.text, r.group.name);
     selection s;

@@ -701,3 +701,14 @@ TEST(NamelistDecimalComma, SemicolonsSeparateValuesAndSubscriptsKeepCommas) {
             " &DC X(2,1:2)= 7,5; ; Z=(1,25;2) /\n");
   std::remove(path.c_str());
 }
+
+TEST(NamelistRead, NamesLongerThanAnyBufferAreRefused) {
+  const std::string huge(5000, 'Q');
+  const std::pair<std::string, std::int32_t> rows[] = {
+      {" &E " + huge + "=1 /", 1090}, {" &E P%" + huge + "=1 /", 1093}, {" &" + huge + " /", 1088},
+      {" &E I=1 &" + huge, 1085}};
+  for (const auto &[input, code] : rows) {
+    error_group e;
+    EXPECT_EQ(read_internal(e.g.get(), input).iostat, code) << input.substr(0, 12);
+  }
+}
