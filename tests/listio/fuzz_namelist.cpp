@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   }
   std::vector<char> file(width * lines.size(), ' ');
   for (std::size_t r = 0; r < lines.size(); ++r)
-    std::memcpy(file.data() + r * width, data + lines[r].first, lines[r].second);
+    if (lines[r].second) std::memcpy(file.data() + r * width, data + lines[r].first, lines[r].second);
 
   std::int32_t i = 0;
   std::int64_t a[4] = {};
