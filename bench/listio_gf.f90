@@ -10,6 +10,7 @@ program listio_gf
   integer(8) :: t0, t1, rate
   integer :: i
   real(8) :: write_s, read_s
+  real :: c0, c1, write_cpu, read_cpu
   call get_command_argument(1, shape)
   call get_command_argument(2, path)
   allocate (x(n), y(n), r(n), s(n))
@@ -17,6 +18,7 @@ program listio_gf
   call random_number(s)
   x = r * 10d0**(int(s * 11) - 5)
   call system_clock(t0, rate)
+  call cpu_time(c0)
   open (20, file=trim(path), status='replace')
   if (shape == 'scalar') then
     do i = 1, n
@@ -27,8 +29,11 @@ program listio_gf
   end if
   close (20)
   call system_clock(t1)
+  call cpu_time(c1)
   write_s = real(t1 - t0, 8) / rate
+  write_cpu = c1 - c0
   call system_clock(t0)
+  call cpu_time(c0)
   open (20, file=trim(path), status='old')
   if (shape == 'scalar') then
     do i = 1, n
@@ -39,7 +44,10 @@ program listio_gf
   end if
   close (20)
   call system_clock(t1)
+  call cpu_time(c1)
   read_s = real(t1 - t0, 8) / rate
-  write (*, '(A,A,A,F0.3,A,F0.3,A,I0,A,I0,A)') 'gfortran ', trim(shape), ' write ', write_s, ' s read ', &
-      read_s, ' s (', count(x == y), ' of ', n, ' identical)'
+  read_cpu = c1 - c0
+  write (*, '(A,A,A,F0.3,A,F0.3,A,I0,A,I0,A,F0.3,A,F0.3,A)') 'gfortran ', trim(shape), ' write ', write_s, &
+      ' s read ', read_s, ' s (', count(x == y), ' of ', n, ' identical); cpu write ', write_cpu, ' s read ', &
+      read_cpu, ' s'
 end program listio_gf

@@ -1,5 +1,11 @@
 // INQUIRE by unit and by file: an inquiry record opened by inquire_unit or
 // inquire_file, one query per specifier, and end_inquire.
+//
+// Decisions: NEXTREC= and POS= leave the variable as it is where the
+// standard makes it undefined (not direct access / not stream access,
+// unconnected, or after an error in a direct-access statement); SIZE= is
+// -1 for a unit or file that is not a regular file (a terminal, a pipe) or
+// does not exist.
 #include <sys/stat.h>
 
 #include <cstring>
@@ -124,9 +130,33 @@ std::int32_t __KAFf90_inquire_query(kaf_inquiry *q, std::int32_t which, void *ad
     *static_cast<std::int64_t *>(addr) = !c ? -1 : u->access == ACCESS_STREAM ? -2 : u->recl ? u->recl : 1073741824;
     return 0;
   case KAF_INQ_NEXTREC:
-    // Direct access is not among the connections the engine makes yet: the
-    // variable stays undefined (unchanged).
+    // Undefined (the variable unchanged) unless the file is connected for
+    // direct access and no error has left its position indeterminate.
+    if (c && u->access == ACCESS_DIRECT && u->next_rec > 0) *static_cast<std::int64_t *>(addr) = u->next_rec;
     return 0;
+  case KAF_INQ_POS:
+    // The position of the next character (1 = the first) of a stream file;
+    // undefined for other connections.
+    if (c && u->access == ACCESS_STREAM) {
+      const std::int64_t at = unit_position(u);
+      if (at >= 0) *static_cast<std::int64_t *>(addr) = at + 1;
+    }
+    return 0;
+  case KAF_INQ_SIZE: {
+    std::int64_t size = -1;
+    if (c) {
+      size = unit_file_size(u);
+    } else if (r.by_file && r.exists) {
+      char path[4096];
+      const std::size_t n = r.file_len < sizeof path - 1 ? r.file_len : sizeof path - 1;
+      std::memcpy(path, r.file, n);
+      path[n] = 0;
+      struct stat st;
+      if (stat(path, &st) == 0 && S_ISREG(st.st_mode)) size = st.st_size;
+    }
+    *static_cast<std::int64_t *>(addr) = size;
+    return 0;
+  }
   default: return 0;
   }
   put_text(addr, len, text);

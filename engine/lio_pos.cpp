@@ -1,6 +1,7 @@
 // File positioning and completion statements of the engine for sequential
-// files: BACKSPACE, ENDFILE and WAIT; and the connection's DELIM=
-// mode for list-directed output.
+// and stream files: BACKSPACE, ENDFILE and WAIT; and the connection's DELIM=
+// mode for list-directed output. A formatted stream file backspaces by its
+// newlines like a sequential one.
 #include <unistd.h>
 
 #include <cstring>
@@ -12,28 +13,6 @@ namespace {
 
 constexpr std::int32_t E_NO_BACKSPACE = 1049, E_ENDFILE_TWICE = 1073, E_BACKSPACE_LOST = 1078,
                        E_STREAM_BACKSPACE = 1119, E_WAIT_SYNC = 1133, E_WAIT_UNCONNECTED = 1134;
-
-// Everything written reaches the stream; the stream's position is then the
-// file position the program sees, once unread input is counted back.
-long settle(unit_rec *u) {
-  commit_kept_record(u);
-  drain_output(u);
-  std::fflush(u->stream);
-  long at = std::ftell(u->stream);
-  if (u->last_op == LAST_READ && at >= 0) at -= static_cast<long>(u->rlen - u->rpos);
-  return at;
-}
-
-// Forgets what was read ahead and places the stream at `at`.
-void place(unit_rec *u, long at) {
-  std::fseek(u->stream, at, SEEK_SET);
-  u->rpos = u->rlen = 0;
-  u->eof_seen = 0;
-  u->rec_pending = 0;
-  u->at_end = 0;
-  u->head.status = static_cast<std::uint8_t>(u->head.status & ~UNIT_AT_EOF);
-  u->last_op = LAST_READ;
-}
 
 // Start of the record that ends just before `at` (its newline at at - 1,
 // or none for a last record without one); -1 on a read failure.
@@ -71,11 +50,11 @@ std::int32_t __KAFf90_backspace4(const char *src_file, std::int32_t src_line, st
   if (u->standard || u->access == ACCESS_DIRECT) return fail(E_NO_BACKSPACE);
   if (u->access == ACCESS_STREAM && !u->formatted) return fail(E_STREAM_BACKSPACE);
   const bool after_end = u->at_end;
-  const long at = settle(u);
+  const long at = settle_unit(u);
   if (at < 0) return fail(E_BACKSPACE_LOST);
   if (after_end) {
     // Back over the end of the file only: the next READ meets it again.
-    place(u, at);
+    place_unit(u, at);
     return 0;
   }
   long start;
@@ -89,7 +68,7 @@ std::int32_t __KAFf90_backspace4(const char *src_file, std::int32_t src_line, st
     start = previous_record_start(u->stream, at);
   }
   if (start < 0) return fail(E_BACKSPACE_LOST);
-  place(u, start);
+  place_unit(u, start);
   return 0;
 }
 
@@ -108,8 +87,12 @@ std::int32_t __KAFf90_endfile4(const char *src_file, std::int32_t src_line, std:
     return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_NO_BACKSPACE, number);
   if (u->at_end)
     return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_ENDFILE_TWICE, number);
-  const long at = settle(u);
-  if (at >= 0 && ftruncate(fileno(u->stream), at) == 0) place(u, at);
+  // A stream file may end within a record that a non-advancing READ left
+  // partly read; a sequential file ends after it.
+  const std::int64_t within = u->access == ACCESS_STREAM && u->rec_pending ? unit_position(u) : -1;
+  long at = settle_unit(u);
+  if (within >= 0) at = static_cast<long>(within);
+  if (at >= 0 && ftruncate(fileno(u->stream), at) == 0) place_unit(u, at);
   u->at_end = 1;
   u->eof_seen = 1;
   u->head.status = static_cast<std::uint8_t>(u->head.status | UNIT_AT_EOF);

@@ -1,5 +1,11 @@
-// Begin and end calls of formatted sequential and internal READ and WRITE,
-// with the record callbacks they bind into the transfer context.
+// Begin and end calls of formatted sequential, stream and internal READ and
+// WRITE, with the record callbacks they bind into the transfer context.
+//
+// A formatted stream file is a sequential file whose records end with a
+// newline, plus positions: POS= (1 = the first byte) places a READ or WRITE
+// anywhere, and a WRITE ends the file after what it wrote. Both use the
+// sequential record buffers; a statement without POS= goes on from where
+// the last one stopped.
 //
 // External records: input records are used in place in the unit's read
 // buffer; an output record is built directly behind the records already
@@ -14,7 +20,7 @@ namespace {
 constexpr int E_INTERNAL_OVERFLOW = 1001, E_UNIT_RANGE = 1047, E_NOT_CONNECTED = 1048, E_NOT_SEQUENTIAL = 1050,
               E_NOT_READ = 1051, E_NOT_FORMATTED = 1052, E_NOT_WRITE = 1053,
               E_RECORD_SHORT = 1107, E_ADVANCE = 1120, E_SIZE = 1121, E_WRITE_FAILED = 1152,
-              E_OUTPUT_OVERFLOW = 1000;
+              E_OUTPUT_OVERFLOW = 1000, E_NOT_STREAM = 1128, E_BAD_POS = 1129;
 
 unit_rec unconnected;
 
@@ -22,7 +28,7 @@ unit_rec *unit_of(kaf_ioctx *c) { return static_cast<unit_rec *>(c->unit); }
 
 void begin_context(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int32_t *iostat,
                    char *iomsg, std::size_t iomsg_len, std::int32_t flags, std::uint64_t bits) {
-  std::memset(c, 0, sizeof *c);
+  clear_context(c);
   c->flags = static_cast<std::uint32_t>(flags) & (IOF_END | IOF_ERR);
   c->stmt_bits = bits | ((flags & IOF_EOR) ? STMT_HAS_EOR : 0);
   c->iostat_var = reinterpret_cast<std::uint64_t>(iostat);
@@ -180,8 +186,8 @@ kaf_status ifile_input_next_record(kaf_ioctx *c, int, const char *, const char *
   return 0;
 }
 
-// Unit checks shared by READ and WRITE.
-std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool input) {
+// Unit checks shared by READ and WRITE (with_pos: the statement has POS=).
+std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool input, bool with_pos) {
   if (!u) {
     // A record that describes the unconnected unit in the message.
     unconnected.head.number = number;
@@ -193,9 +199,83 @@ std::int32_t check_unit(kaf_ioctx *c, unit_rec *u, std::int64_t number, bool inp
   }
   const std::int32_t n = static_cast<std::int32_t>(number);
   if (!u->formatted) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_FORMATTED, n));
-  if (u->access != ACCESS_SEQUENTIAL) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_SEQUENTIAL, n));
+  if (with_pos && u->access != ACCESS_STREAM) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_STREAM, n));
+  if (u->access == ACCESS_DIRECT) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_SEQUENTIAL, n));
   if (input && !(u->action & ACTION_READ)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_READ, n));
   if (!input && !(u->action & ACTION_WRITE)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_NOT_WRITE, n));
+  return 0;
+}
+
+// POS= of a stream READ or WRITE: a record left open is ended, what is
+// buffered is written, and the file is placed at byte pos - 1. A file that
+// cannot be positioned (a pipe) refuses every position.
+std::int32_t place_at(kaf_ioctx *c, unit_rec *u, std::int64_t pos) {
+  if (pos < 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
+  settle_unit(u);
+  place_unit(u, static_cast<long>(pos - 1));
+  if (std::ftell(u->stream) != pos - 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_BAD_POS));
+  return 0;
+}
+
+std::int32_t begin_read(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int64_t number,
+                        const std::int64_t *pos, std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                        std::int32_t flags) {
+  begin_context(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, STMT_INPUT);
+  unit_rec *u = acquire_unit(c, number);
+  c->unit = u;
+  if (std::int32_t s = check_unit(c, u, number, true, pos != nullptr)) return s;
+  if (pos)
+    if (std::int32_t s = place_at(c, u, *pos)) return s;
+  c->encoding = u->head.encoding;
+  c->flush = input_flush;
+  c->next_record = input_next_record;
+  if (u->kept_open) {  // a READ ends the record a non-advancing WRITE left open
+    commit_kept_record(u);
+    drain_output(u);
+  }
+  if (u->last_op == LAST_WRITE) {
+    drain_output(u);
+    std::fflush(u->stream);
+  }
+  u->last_op = LAST_READ;
+  if (u->standard == 1) std::fflush(stdout);  // what was written so far, before waiting
+  // Advancing reads pad short records themselves when PAD='YES'.
+  c->no_eor = u->head.pad_yes ? 1 : 0;
+  if (u->rec_pending) {
+    c->buffer = u->rec;
+    c->rec_len = u->rec_len;
+    c->pos = u->rec_pos;
+    u->rec_pending = 0;
+    return 0;
+  }
+  if (kaf_status s = next_input_record(c, u)) return static_cast<std::int32_t>(s);
+  return 0;
+}
+
+std::int32_t begin_write(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int64_t number,
+                         const std::int64_t *pos, std::int32_t *iostat, char *iomsg, std::size_t iomsg_len,
+                         std::int32_t flags) {
+  begin_context(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, 0);
+  unit_rec *u = acquire_unit(c, number);
+  c->unit = u;
+  if (std::int32_t s = check_unit(c, u, number, false, pos != nullptr)) return s;
+  if (pos)
+    if (std::int32_t s = place_at(c, u, *pos)) return s;
+  switch_to_writing(u);
+  u->at_end = 0;
+  u->head.status = static_cast<std::uint8_t>(u->head.status & ~UNIT_AT_EOF);
+  c->encoding = u->head.encoding;
+  c->flush = output_flush;
+  c->next_record = output_next_record;
+  const std::size_t kept = u->kept_open ? static_cast<std::size_t>(u->head.kept_len) : 0;
+  if (!reserve_output(u, kept, 512)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
+  bind_output(c, u);
+  c->pos = static_cast<std::int64_t>(kept);
+  u->kept_open = 0;
+  // What establish_format counts as the record written so far: this
+  // statement's own start, never the length a non-advancing WRITE left
+  // before an earlier statement ended that record.
+  u->head.kept_len = static_cast<std::int64_t>(kept);
   return 0;
 }
 
@@ -258,55 +338,25 @@ void __KAFf90_array_ifilex(kaf_ifile *f, const std::int64_t *desc, std::int32_t 
 std::int32_t __KAFf90_read_seq4(kaf_ioctx *c, const char *src_file, std::int32_t src_line,
                                 std::int64_t number, std::int32_t *iostat, char *iomsg,
                                 std::size_t iomsg_len, std::int32_t flags) {
-  begin_context(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, STMT_INPUT);
-  unit_rec *u = find_unit(number);
-  c->unit = u;
-  if (std::int32_t s = check_unit(c, u, number, true)) return s;
-  claim_unit(c, u);
-  c->encoding = u->head.encoding;
-  c->flush = input_flush;
-  c->next_record = input_next_record;
-  if (u->kept_open) {  // a READ ends the record a non-advancing WRITE left open
-    commit_kept_record(u);
-    drain_output(u);
-  }
-  if (u->last_op == LAST_WRITE) {
-    drain_output(u);
-    std::fflush(u->stream);
-  }
-  u->last_op = LAST_READ;
-  if (u->standard == 1) std::fflush(stdout);  // what was written so far, before waiting
-  // Advancing reads pad short records themselves when PAD='YES'.
-  c->no_eor = u->head.pad_yes ? 1 : 0;
-  if (u->rec_pending) {
-    c->buffer = u->rec;
-    c->rec_len = u->rec_len;
-    c->pos = u->rec_pos;
-    u->rec_pending = 0;
-    return 0;
-  }
-  if (kaf_status s = next_input_record(c, u)) return static_cast<std::int32_t>(s);
-  return 0;
+  return begin_read(c, src_file, src_line, number, nullptr, iostat, iomsg, iomsg_len, flags);
 }
 
 std::int32_t __KAFf90_write_seq(kaf_ioctx *c, const char *src_file, std::int32_t src_line,
                                 std::int64_t number, std::int32_t *iostat, char *iomsg,
                                 std::size_t iomsg_len, std::int32_t flags) {
-  begin_context(c, src_file, src_line, iostat, iomsg, iomsg_len, flags, 0);
-  unit_rec *u = find_unit(number);
-  c->unit = u;
-  if (std::int32_t s = check_unit(c, u, number, false)) return s;
-  claim_unit(c, u);
-  switch_to_writing(u);
-  c->encoding = u->head.encoding;
-  c->flush = output_flush;
-  c->next_record = output_next_record;
-  const std::size_t kept = u->kept_open ? static_cast<std::size_t>(u->head.kept_len) : 0;
-  if (!reserve_output(u, kept, 512)) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_WRITE_FAILED));
-  bind_output(c, u);
-  c->pos = static_cast<std::int64_t>(kept);
-  u->kept_open = 0;
-  return 0;
+  return begin_write(c, src_file, src_line, number, nullptr, iostat, iomsg, iomsg_len, flags);
+}
+
+std::int32_t __KAFf90_read_stream_fmt4(kaf_ioctx *c, const char *src_file, std::int32_t src_line,
+                                       std::int64_t number, const std::int64_t *pos, std::int32_t *iostat,
+                                       char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  return begin_read(c, src_file, src_line, number, pos, iostat, iomsg, iomsg_len, flags);
+}
+
+std::int32_t __KAFf90_write_stream_fmt4(kaf_ioctx *c, const char *src_file, std::int32_t src_line,
+                                        std::int64_t number, const std::int64_t *pos, std::int32_t *iostat,
+                                        char *iomsg, std::size_t iomsg_len, std::int32_t flags) {
+  return begin_write(c, src_file, src_line, number, pos, iostat, iomsg, iomsg_len, flags);
 }
 
 std::int32_t __KAFf90_read_internal_file(kaf_ioctx *c, kaf_ifile *f, std::int32_t *iostat, char *iomsg,

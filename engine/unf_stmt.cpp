@@ -47,7 +47,7 @@ std::int32_t raise(kaf_ioctx *c, std::int32_t code) {
 
 void begin(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int32_t *iostat, char *iomsg,
            std::size_t iomsg_len, std::int32_t flags, bool input) {
-  std::memset(c, 0, sizeof *c);
+  clear_context(c);
   c->flags = static_cast<std::uint32_t>(flags) & (IOF_END | IOF_ERR);
   c->stmt_bits = input ? STMT_INPUT : 0;
   c->iostat_var = reinterpret_cast<std::uint64_t>(iostat);
@@ -67,7 +67,7 @@ void begin(kaf_ioctx *c, const char *src_file, std::int32_t src_line, std::int32
 // when not direct).
 std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted, bool direct,
                    bool stream = false) {
-  unit_rec *u = find_unit(number);
+  unit_rec *u = acquire_unit(c, number);  // given back by the end call or by the error exit
   if (!u) {
     unconnected_unit.head.number = number;
     c->unit = &unconnected_unit;
@@ -81,7 +81,6 @@ std::int32_t check(kaf_ioctx *c, std::int64_t number, bool input, bool formatted
   if (!direct && (u->access == ACCESS_STREAM) != stream) return raise(c, stream ? E_NOT_STREAM : E_NOT_SEQUENTIAL);
   if (input && !(u->action & ACTION_READ)) return raise(c, E_NOT_READ);
   if (!input && !(u->action & ACTION_WRITE)) return raise(c, E_NOT_WRITE);
-  claim_unit(c, u);  // given back by the end call or by the error exit
   return 0;
 }
 
@@ -166,6 +165,8 @@ kaf_status dfmt_output_next(kaf_ioctx *c, int, const char *, const char *) {
 std::int32_t begin_direct(kaf_ioctx *c, std::int64_t number, std::int64_t record, bool input, bool formatted) {
   if (std::int32_t s = check(c, number, input, formatted, true)) return s;
   unit_rec *u = unit_of(c);
+  // NEXTREC= is undefined until the statement ends well.
+  u->next_rec = 0;
   if (record < 1) return static_cast<std::int32_t>(__KAFf90_ioerr(c, E_RECORD_NUMBER, record));
   record_of(c) = static_cast<std::uint64_t>(record);
   settle(u, input);
@@ -197,6 +198,17 @@ std::int32_t finish(kaf_ioctx *c, std::int32_t status) {
   release(c);
   release_unit(c);
   return status;
+}
+
+// The end of a direct-access statement: the record written out, and the
+// record after the last one transferred (a format's slashes move on to
+// further records) becomes NEXTREC=.
+std::int32_t end_direct(kaf_ioctx *c, bool write) {
+  if (c->stmt_bits & STMT_DONE) return finish(c, c->error_code);
+  if (write)
+    if (std::int32_t s = write_direct_record(c)) return finish(c, s);
+  unit_of(c)->next_rec = static_cast<std::int64_t>(record_of(c)) + 1;
+  return finish(c, 0);
 }
 
 // Moves n bytes of a block item between the item and the record.
@@ -376,14 +388,10 @@ std::int32_t __KAFf90_end_write_unf(kaf_ioctx *c) {
   return finish(c, ok ? 0 : raise(c, E_WRITE_FAILED));
 }
 
-std::int32_t __KAFf90_end_read_direct_unf(kaf_ioctx *c) { return __KAFf90_end_read_unf(c); }
-std::int32_t __KAFf90_end_read_direct_fmt(kaf_ioctx *c) { return __KAFf90_end_read_unf(c); }
-
-std::int32_t __KAFf90_end_write_direct_unf(kaf_ioctx *c) {
-  if (c->stmt_bits & STMT_DONE) return finish(c, c->error_code);
-  return finish(c, write_direct_record(c));
-}
-std::int32_t __KAFf90_end_write_direct_fmt(kaf_ioctx *c) { return __KAFf90_end_write_direct_unf(c); }
+std::int32_t __KAFf90_end_read_direct_unf(kaf_ioctx *c) { return end_direct(c, false); }
+std::int32_t __KAFf90_end_read_direct_fmt(kaf_ioctx *c) { return end_direct(c, false); }
+std::int32_t __KAFf90_end_write_direct_unf(kaf_ioctx *c) { return end_direct(c, true); }
+std::int32_t __KAFf90_end_write_direct_fmt(kaf_ioctx *c) { return end_direct(c, true); }
 
 // Unformatted READ and WRITE with options: REC= chooses the direct-access
 // statement, its absence the sequential one.

@@ -8,9 +8,10 @@
 // - ENCODING= accepts DEFAULT (ISO 8859-1 bytes), UTF-8, ASCII and SHIFT_JIS
 //   (Shift-JIS bytes) for files; 16- and 32-bit records exist only in
 //   internal files.
-// - DIRECT and STREAM access and UNFORMATTED form are accepted by OPEN;
-//   formatted sequential transfers on such units are refused (1050, 1052).
+// - Formatted sequential transfers take sequential and stream units;
+//   direct-access and unformatted units are refused (1050, 1052).
 // - NEWUNIT= numbers count down from -10.
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <initializer_list>
@@ -42,7 +43,12 @@ constexpr std::size_t NAME_MAX_BYTES = 4096;
 
 unit_rec **table = nullptr;  // open units
 std::size_t table_count = 0, table_cap = 0;
-unit_rec *last_found = nullptr;
+// The unit found last, read without the table's lock by acquire_unit;
+// table_epoch changes whenever a record leaves the table, so that a lookup
+// that raced with a CLOSE sees it.
+std::atomic<unit_rec *> last_found{nullptr};
+std::atomic<std::uint64_t> table_epoch{0};
+unit_rec *spare_units = nullptr;  // records that left the table
 bool standard_closed[3] = {false, false, false};  // 0, 5, 6
 std::int64_t next_newunit = -10;
 bool finishing = false;
@@ -59,8 +65,17 @@ void set_name(unit_rec *u, const char *text, std::size_t len) {
 }
 
 unit_rec *new_unit(std::int64_t number) {
-  auto *u = static_cast<unit_rec *>(__KAFf90_zoAlloc(sizeof(unit_rec)));
-  pthread_mutex_init(&u->mutex, nullptr);
+  unit_rec *u = spare_units;
+  if (u) {
+    // Its mutex stays as it is: a statement that raced with the CLOSE may
+    // still hold it for a moment.
+    spare_units = u->next_spare;
+    std::memset(static_cast<void *>(u), 0, offsetof(unit_rec, mutex));
+    u->next_spare = nullptr;
+  } else {
+    u = static_cast<unit_rec *>(__KAFf90_zoAlloc(sizeof(unit_rec)));
+    pthread_mutex_init(&u->mutex, nullptr);
+  }
   u->head.number = number;
   u->head.decimal_char = '.';
   u->head.pad_yes = 1;
@@ -88,12 +103,15 @@ void free_unit(unit_rec *u) {
       table[i] = table[--table_count];
       break;
     }
-  if (last_found == u) last_found = nullptr;
+  if (last_found.load(std::memory_order_relaxed) == u) last_found.store(nullptr, std::memory_order_relaxed);
+  table_epoch.fetch_add(1, std::memory_order_release);
   if (u->name) __KAFf90_oDeAlloc(u->name, u->name_size);
   if (u->wbuf) __KAFf90_oDeAlloc(u->wbuf, u->wcap);
   if (u->rbuf) __KAFf90_oDeAlloc(u->rbuf, u->rcap);
-  pthread_mutex_destroy(&u->mutex);
-  __KAFf90_oDeAlloc(u, sizeof *u);
+  u->name = u->wbuf = u->rbuf = nullptr;
+  u->head.number = -0x7fffffffffffffff;  // matches no unit
+  u->next_spare = spare_units;
+  spare_units = u;
 }
 
 unit_rec *preconnect(std::int64_t number) {
@@ -184,12 +202,34 @@ void release_unit(kaf_ioctx *ctx) {
 
 unit_rec *find_unit(std::int64_t number) {
   table_guard guard;
-  if (last_found && last_found->head.number == number) return last_found;
-  for (std::size_t i = 0; i < table_count; ++i)
-    if (table[i]->head.number == number) return last_found = table[i];
+  unit_rec *last = last_found.load(std::memory_order_relaxed);
+  if (last && last->head.number == number) return last;
+  unit_rec *u = nullptr;
+  for (std::size_t i = 0; i < table_count && !u; ++i)
+    if (table[i]->head.number == number) u = table[i];
   const int slot = standard_slot(number);
-  if (slot >= 0 && !standard_closed[slot]) return last_found = preconnect(number);
-  return nullptr;
+  if (!u && slot >= 0 && !standard_closed[slot]) u = preconnect(number);
+  if (u) last_found.store(u, std::memory_order_release);
+  return u;
+}
+
+unit_rec *acquire_unit(kaf_ioctx *ctx, std::int64_t number) {
+  // The unit of the last lookup, claimed and then confirmed: if no record
+  // left the table meanwhile, it is still the connection of number. A
+  // stale record is never given back to the allocator, so claiming it is
+  // safe; its number may be read while a CLOSE recycles it, and then the
+  // epoch has moved and the lookup starts again under the lock.
+  const std::uint64_t epoch = table_epoch.load(std::memory_order_acquire);
+  unit_rec *u = last_found.load(std::memory_order_acquire);
+  if (u && u->head.number == number) {
+    claim_unit(ctx, u);
+    if (table_epoch.load(std::memory_order_acquire) == epoch) return u;
+    ctx->unit = u;
+    release_unit(ctx);
+  }
+  u = find_unit(number);
+  if (u) claim_unit(ctx, u);
+  return u;
 }
 
 unit_rec *find_unit_of_file(const char *path) {
@@ -246,8 +286,14 @@ bool commit_kept_record(unit_rec *u) {
 void switch_to_writing(unit_rec *u) {
   if (u->last_op == LAST_READ && !u->standard && u->stream) {
     // Writing ends the file here: drop what was read ahead and cut the rest.
+    // A stream file is written from its position, which may lie within a
+    // record a non-advancing READ left; a sequential one after that record.
+    const std::int64_t within = u->access == ACCESS_STREAM && u->rec_pending ? unit_position(u) : -1;
     const std::size_t unread = u->rlen - u->rpos;
-    std::fseek(u->stream, -static_cast<long>(unread), SEEK_CUR);
+    if (within >= 0)
+      std::fseek(u->stream, static_cast<long>(within), SEEK_SET);
+    else
+      std::fseek(u->stream, -static_cast<long>(unread), SEEK_CUR);
     const long at = std::ftell(u->stream);
     if (at >= 0 && ftruncate(fileno(u->stream), at) != 0) errno = 0;
     u->rpos = u->rlen = 0;
@@ -255,6 +301,50 @@ void switch_to_writing(unit_rec *u) {
   }
   u->rec_pending = 0;
   u->last_op = LAST_WRITE;
+}
+
+long settle_unit(unit_rec *u) {
+  commit_kept_record(u);
+  drain_output(u);
+  std::fflush(u->stream);
+  long at = std::ftell(u->stream);
+  if (u->last_op == LAST_READ && at >= 0) at -= static_cast<long>(u->rlen - u->rpos);
+  return at;
+}
+
+void place_unit(unit_rec *u, long at) {
+  std::fseek(u->stream, at, SEEK_SET);
+  u->rpos = u->rlen = 0;
+  u->eof_seen = 0;
+  u->rec_pending = 0;
+  u->at_end = 0;
+  u->head.status = static_cast<std::uint8_t>(u->head.status & ~UNIT_AT_EOF);
+  u->last_op = LAST_READ;
+}
+
+std::int64_t unit_position(unit_rec *u) {
+  if (!u->stream) return -1;
+  const long at = std::ftell(u->stream);
+  if (at < 0) return -1;
+  if (u->last_op == LAST_WRITE) {
+    // The stream stands where the buffered records will go.
+    return at + static_cast<std::int64_t>(u->wlen) + (u->kept_open ? u->head.kept_len : 0);
+  }
+  const std::int64_t buffer_start = at - static_cast<std::int64_t>(u->rlen);
+  // Within a record that a non-advancing READ left partly read.
+  if (u->rec_pending) return buffer_start + (u->rec - u->rbuf) + u->rec_pos;
+  return buffer_start + static_cast<std::int64_t>(u->rpos);
+}
+
+std::int64_t unit_file_size(unit_rec *u) {
+  struct stat st;
+  if (!u->stream || fstat(fileno(u->stream), &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+  std::int64_t size = st.st_size;
+  if (u->last_op == LAST_WRITE) {
+    const std::int64_t end = unit_position(u);
+    if (end > size) size = end;
+  }
+  return size;
 }
 
 bool read_record(unit_rec *u, char **rec, std::int64_t *len) {
@@ -458,6 +548,7 @@ std::int32_t __KAFf90_openf4x(const char *src_file, std::int32_t src_line, std::
   u->action = want;
   u->position = position < 0 ? 0 : position;
   u->recl = s->recl ? *s->recl : 0;
+  u->next_rec = u->access == ACCESS_DIRECT ? 1 : 0;
   u->delim = delim == 0 ? '\'' : delim == 1 ? '"' : 0;
   u->head.blank_mode = blank == 1 ? 1 : 0;
   u->head.decimal_char = decimal == 1 ? ',' : '.';

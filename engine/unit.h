@@ -2,9 +2,11 @@
 // statement begin and end calls and the error exit.
 #pragma once
 
+#include <emmintrin.h>
 #include <pthread.h>
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -29,6 +31,8 @@ struct unit_rec {
   std::int32_t delim;     // 0 NONE, '\'' or '"'
   std::int32_t asynchronous;
   std::int64_t recl;      // 0: no limit
+  std::int64_t next_rec;  // direct access: the record after the last one
+                          // transferred (1 after OPEN); 0 while undefined
   std::int32_t last_op;
   std::int32_t at_end;    // a READ met the end of file
   // Output: committed records wait in wbuf[0, wlen); the record being built
@@ -45,10 +49,14 @@ struct unit_rec {
   std::int32_t rec_pending;
   char *rec;
   std::int64_t rec_len, rec_pos;
-  // One statement at a time per unit (images are threads).
+  // One statement at a time per unit (images are threads). A record that
+  // leaves the table is kept for the next OPEN, never given back, so that a
+  // statement that found it just before may still lock it and see that it
+  // is stale (acquire_unit).
   pthread_mutex_t mutex;
   pthread_t owner;
   std::int32_t busy;
+  unit_rec *next_spare;  // records kept for reuse
 };
 
 // The unit table's lock: recursive, since a fatal report met while it is
@@ -67,6 +75,10 @@ void claim_unit(kaf_ioctx *ctx, unit_rec *u);
 // Gives the unit back (at the end call, or when an error ended the
 // statement); nothing when ctx holds no unit.
 void release_unit(kaf_ioctx *ctx);
+// find_unit and claim_unit in one: the unit of number, claimed for ctx, or
+// null (nothing claimed) when none is connected. The unit a statement used
+// last is found and claimed without the table's lock.
+unit_rec *acquire_unit(kaf_ioctx *ctx, std::int64_t number);
 
 // The unit of number, or null when none is connected (units 0, 5 and 6 are
 // connected at first use unless closed).
@@ -111,8 +123,41 @@ inline bool read_buffered_record(unit_rec *u, char **rec, std::int64_t *len) {
 }
 // Makes the stream ready to write after reads (truncating what follows).
 void switch_to_writing(unit_rec *u);
+// Ends a record left open, writes out what is buffered and returns the
+// file position (0-based) after the last record read or written; -1 when
+// the stream cannot tell.
+long settle_unit(unit_rec *u);
+// Forgets what was read ahead and places the stream at byte offset at,
+// ready to read (a WRITE from there cuts the file there).
+void place_unit(unit_rec *u, long at);
+// Position (0-based byte offset) of the next character a transfer on u
+// would take or give, counting what is buffered; -1 when unknown.
+std::int64_t unit_position(unit_rec *u);
+// Size of the connected file in bytes, buffered output included; -1 when
+// it cannot be told (not a regular file).
+std::int64_t unit_file_size(unit_rec *u);
 // Grows wbuf so that at least need bytes are free after wlen + keep.
 bool reserve_output(unit_rec *u, std::size_t keep, std::size_t need);
+
+// Clears the transfer context at the start of a statement. Only what may
+// be read before it is written is cleared: the format's group tables and
+// the list-directed digit buffer (two thirds of the record) are written
+// before they are read, and a statement with one item would otherwise pay
+// for clearing them.
+inline void clear_context(kaf_ioctx *c) {
+  // Plain vector stores: for a few hundred bytes the string instruction a
+  // memset becomes here costs more to start than the stores themselves.
+  auto zero = [](void *at, std::size_t bytes) {
+    auto *p = static_cast<char *>(at);
+    const __m128i z = _mm_setzero_si128();
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i + 16 <= bytes; i += 16) _mm_storeu_si128(reinterpret_cast<__m128i *>(p + i), z);
+    if (bytes % 16) std::memset(p + bytes - bytes % 16, 0, bytes % 16);
+  };
+  zero(c, offsetof(kaf_ioctx, group_repeat));
+  zero(&c->revert_pos, offsetof(kaf_ioctx, digits) - offsetof(kaf_ioctx, revert_pos));
+  zero(&c->digits_heap, sizeof(kaf_ioctx) - offsetof(kaf_ioctx, digits_heap));
+}
 
 // Error exit for statements that have no transfer context (OPEN, CLOSE,
 // REWIND): raises code with one insertion through __KAFf90_ioerr.

@@ -1,7 +1,8 @@
 /* The I/O engine (libkafengine): the I/O transfer context that compiled code
  * provides for each data-transfer statement, the unit table, OPEN and CLOSE,
  * the begin and end calls of formatted sequential and internal READ and
- * WRITE, and the error exit __KAFf90_ioerr. */
+ * WRITE (on sequential and stream units), and the error exit
+ * __KAFf90_ioerr. */
 #ifndef KAFRTS_IO_H
 #define KAFRTS_IO_H
 
@@ -64,6 +65,18 @@ KAF_API int32_t __KAFf90_read_seq4(kaf_ioctx *ctx, const char *src_file, int32_t
 KAF_API int32_t __KAFf90_write_seq(kaf_ioctx *ctx, const char *src_file, int32_t src_line,
                                    int64_t unit, int32_t *iostat, char *iomsg,
                                    size_t iomsg_len, int32_t flags);
+/* The same on a unit connected for formatted stream access with POS=
+ * (pos: the byte to start at, 1 = the first; null: go on from the current
+ * position, as read_seq4 and write_seq do on such a unit). A WRITE ends
+ * the file after what it writes. Error 1128 on a unit not connected for
+ * stream access, 1129 for a position below 1. The end calls are
+ * end_read_sequential and end_write_sequential. */
+KAF_API int32_t __KAFf90_read_stream_fmt4(kaf_ioctx *ctx, const char *src_file, int32_t src_line,
+                                          int64_t unit, const int64_t *pos, int32_t *iostat,
+                                          char *iomsg, size_t iomsg_len, int32_t flags);
+KAF_API int32_t __KAFf90_write_stream_fmt4(kaf_ioctx *ctx, const char *src_file, int32_t src_line,
+                                           int64_t unit, const int64_t *pos, int32_t *iostat,
+                                           char *iomsg, size_t iomsg_len, int32_t flags);
 KAF_API int32_t __KAFf90_read_internal_file(kaf_ioctx *ctx, kaf_ifile *f, int32_t *iostat,
                                             char *iomsg, size_t iomsg_len, int32_t flags);
 KAF_API int32_t __KAFf90_write_ifile(kaf_ioctx *ctx, kaf_ifile *f, int32_t *iostat,

@@ -181,7 +181,9 @@ KAF_API int64_t __KAFf90_unit_recl(const void *unit);
 /* INQUIRE: an inquiry record (opaque), opened by unit or by file, one query
  * per specifier, then end_inquire. Character results are blank-padded into
  * (address, length); EXIST, OPENED, NAMED are default LOGICALs; NUMBER,
- * NEXTREC and RECL 64-bit integers. */
+ * NEXTREC, RECL, POS and SIZE 64-bit integers. NEXTREC (direct access) and
+ * POS (stream access) leave the variable unchanged where they are
+ * undefined; SIZE is the file's size in bytes, -1 when it has none. */
 typedef struct kaf_inquiry {
   uint64_t words[6];
 } kaf_inquiry;
@@ -189,7 +191,7 @@ enum {
   KAF_INQ_ACCESS = 1, KAF_INQ_ACTION, KAF_INQ_BLANK, KAF_INQ_DELIM, KAF_INQ_DIRECT, KAF_INQ_EXIST,
   KAF_INQ_FORM, KAF_INQ_FORMATTED, KAF_INQ_OPENED, KAF_INQ_NAME, KAF_INQ_NAMED, KAF_INQ_NEXTREC,
   KAF_INQ_NUMBER, KAF_INQ_PAD, KAF_INQ_POSITION, KAF_INQ_READ, KAF_INQ_READWRITE, KAF_INQ_RECL,
-  KAF_INQ_SEQUENTIAL, KAF_INQ_UNFORMATTED, KAF_INQ_WRITE
+  KAF_INQ_SEQUENTIAL, KAF_INQ_UNFORMATTED, KAF_INQ_WRITE, KAF_INQ_POS, KAF_INQ_SIZE
 };
 KAF_API int32_t __KAFf90_inquire_unit(kaf_inquiry *q, int64_t unit, int32_t *iostat, char *iomsg, int32_t flags);
 /* By file: EXIST= and NAME= are answered at once. */

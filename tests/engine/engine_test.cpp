@@ -271,6 +271,22 @@ TEST(EngineStatements, UnitChecksAndAdvance) {
   __KAFf90_close4(nullptr, 0, 35, "DELETE", 6, nullptr, nullptr, 0, 0);
 }
 
+// A record continued after a non-advancing WRITE is as long as what was
+// written into it; the records after it owe nothing to its length.
+TEST(EngineFiles, RecordsAfterAContinuedRecordKeepTheirLength) {
+  const std::string name = temp_name("continued");
+  ASSERT_EQ(open_file(37, name, "REPLACE"), 0);
+  write_ints(37, "(I5)", {12345}, "NO");
+  write_ints(37, "(I2)", {6});
+  write_ints(37, "(I1)", {7});
+  write_ints(37, "(I3)", {8}, "NO");
+  write_ints(37, "(T1,I1)", {9});  // T counts from where this statement began
+  write_ints(37, "(I1)", {0});
+  ASSERT_EQ(__KAFf90_close4(nullptr, 0, 37, nullptr, 0, nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(file_text(name), "12345 6\n7\n  89\n0\n");
+  std::remove(name.c_str());
+}
+
 TEST(EngineStatements, RecordLengthLimit) {
   const std::string name = temp_name("recl");
   specifiers sp;
