@@ -13,6 +13,7 @@
 #include "kafrts/format.h"
 #include "kafrts/freal.h"
 #include "kafrts/listio.h"
+#include "kafrts/namelist.h"
 #include "kafrts/arrays.h"
 #include "kafrts/matmul.h"
 #include "kafrts/ddouble.h"

@@ -486,33 +486,77 @@ kaf_status scan_logical(kaf_ioctx &c, std::int32_t *error) {
   return 0;
 }
 
-// One part of a complex constant, converted for the item's precision.
-kaf_status scan_complex_part(kaf_ioctx &c, bool single, double *part, std::int32_t *error) {
+// The pending number at double-double precision, rounded under the
+// statement's mode.
+kaf_dd convert_number_dd(kaf_ioctx &c, bool *overflow) {
+  const std::uint64_t flags = number_flags(c);
+  const bool negative = flags & NUM_NEGATIVE;
+  *overflow = false;
+  kaf_dd v{0.0, 0.0};
+  if (flags & NUM_NAN) {
+    v.hi = std::numeric_limits<double>::quiet_NaN();
+  } else if (flags & NUM_INF) {
+    v.hi = HUGE_VAL;
+  } else {
+    int n = c.ndigits;
+    std::int64_t e = c.exp10;
+    const char *digits = digit_store(c);
+    while (n > 0 && digits[n - 1] == '0') {
+      --n;
+      ++e;
+    }
+    kaf::dec::decimal_number number{digits, n, (flags & NUM_STICKY) != 0, e};
+    v = kaf::dec::to_double_double(number, kaf::dec::magnitude_mode(c.round_mode, negative), overflow);
+  }
+  if (negative) {
+    v.hi = -v.hi;
+    v.lo = -v.lo;
+  }
+  return v;
+}
+
+// The precisions a complex constant is scanned for.
+enum class precision { half, single, dbl, ddouble };
+
+const kaf::dec::binary_format &format_of(precision p) {
+  return p == precision::half ? kaf::dec::kHalf : p == precision::single ? kaf::dec::kSingle : kaf::dec::kDouble;
+}
+
+// One part of a complex constant, converted for the item's precision (the
+// low half of a double-double part goes to *lo).
+kaf_status scan_complex_part(kaf_ioctx &c, precision p, double *part, double *lo, std::int32_t *error) {
   if (kaf_status s = scan_number(c, true, error)) return s;
   if (*error) {
     *error = E_COMPLEX;
     return 0;
   }
   bool overflow;
-  *part = convert_number(c, single ? kaf::dec::kSingle : kaf::dec::kDouble, &overflow);
+  *lo = 0.0;
+  if (p == precision::ddouble) {
+    const kaf_dd v = convert_number_dd(c, &overflow);
+    *part = v.hi;
+    *lo = v.lo;
+  } else {
+    *part = convert_number(c, format_of(p), &overflow);
+  }
   if (overflow) *error = E_OVERFLOW;
   return 0;
 }
 
-kaf_status scan_complex(kaf_ioctx &c, bool single, std::int32_t *error) {
+kaf_status scan_complex(kaf_ioctx &c, precision p, std::int32_t *error) {
   *error = E_COMPLEX;
   if (c.ch != '(' || c.at_eor) return 0;
   if (kaf_status s = fetch(c)) return s;
   if (kaf_status s = skip_blanks(c)) return s;
-  double re = 0, im = 0;
-  if (kaf_status s = scan_complex_part(c, single, &re, error)) return s;
+  double re = 0, im = 0, re_lo = 0, im_lo = 0;
+  if (kaf_status s = scan_complex_part(c, p, &re, &re_lo, error)) return s;
   if (*error) return 0;
   *error = E_COMPLEX;
   if (kaf_status s = skip_blanks(c)) return s;
   if (c.ch != c.separator) return 0;
   if (kaf_status s = fetch(c)) return s;
   if (kaf_status s = skip_blanks(c)) return s;
-  if (kaf_status s = scan_complex_part(c, single, &im, error)) return s;
+  if (kaf_status s = scan_complex_part(c, p, &im, &im_lo, error)) return s;
   if (*error) return 0;
   *error = E_COMPLEX;
   if (kaf_status s = skip_blanks(c)) return s;
@@ -522,6 +566,8 @@ kaf_status scan_complex(kaf_ioctx &c, bool single, std::int32_t *error) {
   *error = 0;
   c.real_part = re;
   c.real_value = im;
+  std::memcpy(&c.lio_spare[SPARE_RE_LO], &re_lo, sizeof re_lo);
+  std::memcpy(&c.lio_spare[SPARE_IM_LO], &im_lo, sizeof im_lo);
   c.value_type = LIO_COMPLEX;
   return 0;
 }
@@ -708,12 +754,103 @@ kaf_status read_complex_item(kaf_ioctx &c, Real *item) {
   if (t == take::none) return 0;
   if (t == take::scan) {
     std::int32_t error;
-    if (kaf_status s = scan_complex(c, sizeof(Real) == 4, &error)) return s;
+    if (kaf_status s = scan_complex(c, sizeof(Real) == 4 ? precision::single : precision::dbl, &error)) return s;
     if (error) return fail(c, error);
   }
   if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
   item[0] = static_cast<Real>(c.real_part);
   item[1] = static_cast<Real>(c.real_value);
+  end_item(c);
+  return 0;
+}
+
+// The 16 bits of a half-precision value; v is exactly representable.
+std::uint16_t half_bits(double v) {
+  std::uint16_t sign = std::signbit(v) ? 0x8000 : 0;
+  const double m = std::fabs(v);
+  if (std::isnan(v)) return static_cast<std::uint16_t>(sign | 0x7E00);
+  if (std::isinf(v)) return static_cast<std::uint16_t>(sign | 0x7C00);
+  if (m < 0x1p-14) return static_cast<std::uint16_t>(sign | static_cast<std::uint16_t>(m * 0x1p24));
+  int e;
+  const double f = std::frexp(m, &e);  // m = f * 2^e, 0.5 <= f < 1
+  const auto fraction = static_cast<std::uint16_t>((f * 2 - 1) * 1024);
+  return static_cast<std::uint16_t>(sign | ((e - 1 + 15) << 10) | fraction);
+}
+
+// REAL of half precision (its 16 bits) and of double-double precision: the
+// kept digits converted to the item's own kind.
+kaf_status read_half_item(kaf_ioctx &c, std::uint16_t *item) {
+  take t;
+  if (kaf_status s = begin_item(c, &t)) return s;
+  if (t == take::none) return 0;
+  if (t == take::scan) {
+    std::int32_t error;
+    if (kaf_status s = scan_number(c, false, &error)) return s;
+    if (error) return fail(c, error);
+  }
+  if (c.value_type != LIO_INTEGER && c.value_type != LIO_BIG_INTEGER && c.value_type != LIO_REAL)
+    return fail(c, E_REAL);
+  bool overflow;
+  const double v = convert_number(c, kaf::dec::kHalf, &overflow);
+  if (overflow) return fail(c, E_OVERFLOW);
+  *item = half_bits(v);
+  end_item(c);
+  return 0;
+}
+
+kaf_status read_dd_item(kaf_ioctx &c, kaf_dd *item) {
+  take t;
+  if (kaf_status s = begin_item(c, &t)) return s;
+  if (t == take::none) return 0;
+  if (t == take::scan) {
+    std::int32_t error;
+    if (kaf_status s = scan_number(c, false, &error)) return s;
+    if (error) return fail(c, error);
+  }
+  if (c.value_type != LIO_INTEGER && c.value_type != LIO_BIG_INTEGER && c.value_type != LIO_REAL)
+    return fail(c, E_REAL);
+  bool overflow;
+  const kaf_dd v = convert_number_dd(c, &overflow);
+  if (overflow && std::isinf(v.hi)) return fail(c, E_OVERFLOW);
+  std::memcpy(item, &v, sizeof v);
+  end_item(c);
+  return 0;
+}
+
+// COMPLEX of half precision (two 16-bit parts) and of double-double
+// precision.
+kaf_status read_complex_half_item(kaf_ioctx &c, std::uint16_t *item) {
+  take t;
+  if (kaf_status s = begin_item(c, &t)) return s;
+  if (t == take::none) return 0;
+  if (t == take::scan) {
+    std::int32_t error;
+    if (kaf_status s = scan_complex(c, precision::half, &error)) return s;
+    if (error) return fail(c, error);
+  }
+  if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
+  item[0] = half_bits(c.real_part);
+  item[1] = half_bits(c.real_value);
+  end_item(c);
+  return 0;
+}
+
+kaf_status read_complex_dd_item(kaf_ioctx &c, kaf_ddc *item) {
+  take t;
+  if (kaf_status s = begin_item(c, &t)) return s;
+  if (t == take::none) return 0;
+  if (t == take::scan) {
+    std::int32_t error;
+    if (kaf_status s = scan_complex(c, precision::ddouble, &error)) return s;
+    if (error) return fail(c, error);
+  }
+  if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
+  kaf_ddc v;
+  v.re.hi = c.real_part;
+  v.im.hi = c.real_value;
+  std::memcpy(&v.re.lo, &c.lio_spare[SPARE_RE_LO], sizeof v.re.lo);
+  std::memcpy(&v.im.lo, &c.lio_spare[SPARE_IM_LO], sizeof v.im.lo);
+  std::memcpy(item, &v, sizeof v);
   end_item(c);
   return 0;
 }
@@ -920,6 +1057,18 @@ std::int32_t __KAFf90_lio_read_c(kaf_ioctx *ctx, float *item) {
 }
 std::int32_t __KAFf90_lio_read_dc(kaf_ioctx *ctx, double *item) {
   return static_cast<std::int32_t>(read_complex_item(*ctx, item));
+}
+std::int32_t __KAFf90_lio_read_h(kaf_ioctx *ctx, std::uint16_t *item) {
+  return static_cast<std::int32_t>(read_half_item(*ctx, item));
+}
+std::int32_t __KAFf90_lio_read_dd(kaf_ioctx *ctx, kaf_dd *item) {
+  return static_cast<std::int32_t>(read_dd_item(*ctx, item));
+}
+std::int32_t __KAFf90_lio_read_hc(kaf_ioctx *ctx, std::uint16_t *item) {
+  return static_cast<std::int32_t>(read_complex_half_item(*ctx, item));
+}
+std::int32_t __KAFf90_lio_read_ddc(kaf_ioctx *ctx, kaf_ddc *item) {
+  return static_cast<std::int32_t>(read_complex_dd_item(*ctx, item));
 }
 std::int32_t __KAFf90_lio_read_ch(kaf_ioctx *ctx, char *item, kaf_charlen len) {
   return static_cast<std::int32_t>(

@@ -15,6 +15,8 @@ inline constexpr std::int32_t LIO_INTEGER = 1, LIO_REAL = 2, LIO_COMPLEX = 3, LI
 // exp10 and int_value of the context).
 inline constexpr int SPARE_NUMBER_FLAGS = 0;   // NUM_* bits
 inline constexpr int SPARE_OUT_WIDTH = 1;      // output: record width chosen at init_loutput
+inline constexpr int SPARE_RE_LO = 2;          // input: low halves of a double-double complex
+inline constexpr int SPARE_IM_LO = 3;          //   constant's parts (bits of doubles)
 inline constexpr std::uint64_t NUM_NEGATIVE = 1, NUM_STICKY = 2, NUM_INF = 4, NUM_NAN = 8;
 
 // Output: reserves a blank and length characters, starting a new record

@@ -69,6 +69,12 @@ KAF_API int32_t __KAFf90_lio_read_d(kaf_ioctx *ctx, double *item);
 /* Complex items: item[0] real part, item[1] imaginary part. */
 KAF_API int32_t __KAFf90_lio_read_c(kaf_ioctx *ctx, float *item);
 KAF_API int32_t __KAFf90_lio_read_dc(kaf_ioctx *ctx, double *item);
+/* Half precision (its 16 bits; complex: two of them) and double-double
+ * items, converted from the value's digits to their own precision. */
+KAF_API int32_t __KAFf90_lio_read_h(kaf_ioctx *ctx, uint16_t *item);
+KAF_API int32_t __KAFf90_lio_read_hc(kaf_ioctx *ctx, uint16_t *item);
+KAF_API int32_t __KAFf90_lio_read_dd(kaf_ioctx *ctx, kaf_dd *item);
+KAF_API int32_t __KAFf90_lio_read_ddc(kaf_ioctx *ctx, kaf_ddc *item);
 KAF_API int32_t __KAFf90_lio_read_ch(kaf_ioctx *ctx, char *item, kaf_charlen len);
 KAF_API int32_t __KAFf90_lio_read_ch2j(kaf_ioctx *ctx, uint16_t *item, kaf_charlen len);
 KAF_API int32_t __KAFf90_lio_read_ch2u(kaf_ioctx *ctx, uint16_t *item, kaf_charlen len);
