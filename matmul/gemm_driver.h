@@ -120,49 +120,84 @@ template <typename T> struct operand {
   int trans;  // 0 as stored, 1 transposed, 2 conjugate transposed
 };
 
+// Where the source of the next A block lies (op(A) as stored only): its
+// first column, the distance between columns in bytes, the cache lines of
+// one column's part and the number of columns. lines 0: nothing to fetch.
+struct next_block {
+  const char *first;
+  long col_bytes, lines, cols;
+};
+
 // One block of C (rows [i0, i0+mc), columns [j0, j0+nc)) from the packed
 // blocks. A full tile runs the full kernel in place; a tile short in N
 // only, the narrow kernel in place; a tile short in M, the kernel of just
-// enough vector rows, in place when the rows fill whole vectors, otherwise
-// on a local copy of the tile so that the padded rows and columns never
-// reach C.
+// enough vector rows, in place when the rows fill whole vectors or the unit
+// masks the last one, otherwise (and for the corner tile short in both) on
+// a local copy of the tile so that the padded rows and columns never reach
+// C. Meanwhile the kernels fetch the source of the next A block into the
+// second-level cache: tile t of every spread takes one line of each of its
+// columns, so the lines arrive spread over the whole block.
 template <typename T>
 void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
-               const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero) {
+               const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero,
+               const next_block &next) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
+  constexpr int lane_per_row = element<T>::complex ? 2 : 1;
   const int mr = ks.mr, nr = ks.nr, per_vec = ks.rows_per_vec;
+  const long tiles = ((mc + mr - 1) / mr) * ((nc + nr - 1) / nr);
+  const long spread = next.lines && tiles > next.lines ? tiles / next.lines : 1;
+  const long pf_count = next.cols < kc ? next.cols : kc;
+  long tile = 0;
   alignas(64) T edge[max_tile_elements];
   for (long jr = 0; jr < nc; jr += nr) {
     const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
     const Real *bpanel = reinterpret_cast<const Real *>(bp + jr * kc);
-    for (long ir = 0; ir < mc; ir += mr) {
+    for (long ir = 0; ir < mc; ir += mr, ++tile) {
       const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
       const Real *apanel = ap + ir * kc * E;
       T *ct = c + ir + jr * ldc;
+      line_run pf{nullptr, 0, 0};
+      if (tile % spread == 0 && tile / spread < next.lines)
+        pf = line_run{next.first + 64 * (tile / spread), next.col_bytes, pf_count};
       // The next tile's part of C is on its way while this one computes.
       if (ir + mr < mc && !from_zero)
         for (int j = 0; j < cols; ++j) {
-          const char *next = reinterpret_cast<const char *>(ct + mr + j * ldc);
-          for (long off = 0; off < long(sizeof(T)) * mr; off += 64) __builtin_prefetch(next + off, 1);
+          const char *next_c = reinterpret_cast<const char *>(ct + mr + j * ldc);
+          for (long off = 0; off < long(sizeof(T)) * mr; off += 64)
+            __builtin_prefetch(next_c + off, 1);
         }
       if (rows == mr) {
-        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero);
+        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero, pf, 0);
         continue;
       }
       const int vecs = (rows + per_vec - 1) / per_vec;
-      if (rows == vecs * per_vec && cols == nr) {
-        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero);
+      if (cols == nr && rows == vecs * per_vec) {
+        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, pf, 0);
+        continue;
+      }
+      if (cols == nr && ks.masked_rows[vecs]) {
+        const int tail = (rows - (vecs - 1) * per_vec) * lane_per_row;
+        ks.masked_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, pf, tail);
         continue;
       }
       std::memset(static_cast<void *>(edge), 0, sizeof(T) * mr * nr);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(edge + j * mr), ct + j * ldc, sizeof(T) * rows);
-      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero);
+      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero, pf, 0);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(ct + j * ldc), edge + j * mr, sizeof(T) * rows);
     }
   }
+}
+
+// The source of the A block of rows [i0, i0+mc), columns [p0, p0+kc) of
+// op(A) as stored (nothing to fetch for a transposed A, or past the end).
+template <typename T>
+next_block source_of(const operand<T> &A, long i0, long mc, long p0, long kc) {
+  if (A.trans != 0 || mc <= 0 || kc <= 0) return next_block{nullptr, 0, 0, 0};
+  return next_block{reinterpret_cast<const char *>(A.x + i0 + p0 * A.ld),
+                    long(sizeof(T)) * A.ld, (long(sizeof(T)) * mc + 63) / 64, kc};
 }
 
 // C := alpha*op(A)*op(B) + C over the blocked loops (C already scaled by beta).
@@ -180,15 +215,25 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
   take_work(w, sizeof(Real) * E * mc_round * kc_max, sizeof(T) * nc_round * kc_max);
   const bool scale = !is_one(alpha);
   T *bbuf = reinterpret_cast<T *>(w.b);
+  auto size = [](long total, long at, long step) { return total - at < step ? total - at : step; };
   for (long j0 = 0; j0 < n; j0 += ks.nc) {
-    const long nc = n - j0 < ks.nc ? n - j0 : ks.nc;
+    const long nc = size(n, j0, ks.nc);
     for (long p0 = 0; p0 < k; p0 += ks.kc) {
-      const long kc = k - p0 < ks.kc ? k - p0 : ks.kc;
+      const long kc = size(k, p0, ks.kc);
       ks.pack_b[2 * B.trans + (scale ? 1 : 0)](B.x, B.ld, alpha, p0, kc, j0, nc, ks.nr, bbuf);
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
-        const long mc = m - i0 < ks.mc ? m - i0 : ks.mc;
+        const long mc = size(m, i0, ks.mc);
         ks.pack_a[A.trans](A.x, A.ld, i0, mc, p0, kc, ks.mr, w.a);
-        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0);
+        // The A block packed after this one: the next rows, else the first
+        // rows of the next k block, else of the next column block.
+        next_block next{nullptr, 0, 0, 0};
+        if (i0 + mc < m)
+          next = source_of(A, i0 + mc, size(m, i0 + mc, ks.mc), p0, kc);
+        else if (p0 + kc < k)
+          next = source_of(A, 0, mc_max, p0 + kc, size(k, p0 + kc, ks.kc));
+        else if (j0 + nc < n)
+          next = source_of(A, 0, mc_max, 0, kc_max);
+        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0, next);
       }
     }
   }
