@@ -200,6 +200,9 @@ next_block source_of(const operand<T> &A, long i0, long mc, long p0, long kc) {
                     long(sizeof(T)) * A.ld, (long(sizeof(T)) * mc + 63) / 64, kc};
 }
 
+// Column blocks of at most this many tiles' width fetch the next A block.
+constexpr long prefetch_max_panels = 8;
+
 // C := alpha*op(A)*op(B) + C over the blocked loops (C already scaled by beta).
 template <typename T>
 void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, T alpha, long m,
@@ -225,14 +228,20 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
         const long mc = size(m, i0, ks.mc);
         ks.pack_a[A.trans](A.x, A.ld, i0, mc, p0, kc, ks.mr, w.a);
         // The A block packed after this one: the next rows, else the first
-        // rows of the next k block, else of the next column block.
+        // rows of the next k block, else of the next column block. Fetched
+        // only for narrow column blocks, where packing A (reading it from
+        // memory) is a large share of the work: with wide ones the lines
+        // fetched early crowd the second-level cache (measured 2% slower at
+        // n = 1000; 2% faster at N = 32).
         next_block next{nullptr, 0, 0, 0};
-        if (i0 + mc < m)
-          next = source_of(A, i0 + mc, size(m, i0 + mc, ks.mc), p0, kc);
-        else if (p0 + kc < k)
-          next = source_of(A, 0, mc_max, p0 + kc, size(k, p0 + kc, ks.kc));
-        else if (j0 + nc < n)
-          next = source_of(A, 0, mc_max, 0, kc_max);
+        if (nc <= prefetch_max_panels * ks.nr) {
+          if (i0 + mc < m)
+            next = source_of(A, i0 + mc, size(m, i0 + mc, ks.mc), p0, kc);
+          else if (p0 + kc < k)
+            next = source_of(A, 0, mc_max, p0 + kc, size(k, p0 + kc, ks.kc));
+          else if (j0 + nc < n)
+            next = source_of(A, 0, mc_max, 0, kc_max);
+        }
         run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0, next);
       }
     }
