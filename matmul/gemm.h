@@ -51,21 +51,14 @@ template <> struct element<kaf_dcomplex> {
 // With from_zero the accumulators start at +0 instead of the values in C
 // (the first k block when beta is 0: the same sums, and C is never read).
 //
-// While it computes, a kernel asks for the cache lines of pf (the source of
-// the next A block, so that packing it later reads the second-level cache
-// instead of memory), one line per k. The masked kernels (masked_rows below)
-// take their last vector of rows through lane masks: only its first tail
-// lanes of C are read and written, so a tile short in M is computed in
-// place, and no lane past the last row is ever touched. The other kernels
-// ignore tail.
-struct line_run {
-  const char *addr;  // line k is at addr + k * step, for k < count
-  long step, count;
-};
+// The masked kernels (masked_rows below) take their last vector of rows
+// through lane masks: only its first tail lanes of C are read and written,
+// so a tile short in M is computed in place and no lane past the last row
+// is ever touched. The other kernels ignore tail.
 template <typename T>
 using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
                              const typename element<T>::Real *b, T *c, long ldc, bool from_zero,
-                             line_run pf, int tail);
+                             int tail);
 
 // One kernel set: the tile and the cache blocking that suits it.
 //   mr, nr  register tile (elements of C);

@@ -120,46 +120,28 @@ template <typename T> struct operand {
   int trans;  // 0 as stored, 1 transposed, 2 conjugate transposed
 };
 
-// Where the source of the next A block lies (op(A) as stored only): its
-// first column, the distance between columns in bytes, the cache lines of
-// one column's part and the number of columns. lines 0: nothing to fetch.
-struct next_block {
-  const char *first;
-  long col_bytes, lines, cols;
-};
-
 // One block of C (rows [i0, i0+mc), columns [j0, j0+nc)) from the packed
 // blocks. A full tile runs the full kernel in place; a tile short in N
 // only, the narrow kernel in place; a tile short in M, the kernel of just
 // enough vector rows, in place when the rows fill whole vectors or the unit
 // masks the last one, otherwise (and for the corner tile short in both) on
 // a local copy of the tile so that the padded rows and columns never reach
-// C. Meanwhile the kernels fetch the source of the next A block into the
-// second-level cache: tile t of every spread takes one line of each of its
-// columns, so the lines arrive spread over the whole block.
+// C.
 template <typename T>
 void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
-               const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero,
-               const next_block &next) {
+               const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
   constexpr int lane_per_row = element<T>::complex ? 2 : 1;
   const int mr = ks.mr, nr = ks.nr, per_vec = ks.rows_per_vec;
-  const long tiles = ((mc + mr - 1) / mr) * ((nc + nr - 1) / nr);
-  const long spread = next.lines && tiles > next.lines ? tiles / next.lines : 1;
-  const long pf_count = next.cols < kc ? next.cols : kc;
-  long tile = 0;
   alignas(64) T edge[max_tile_elements];
   for (long jr = 0; jr < nc; jr += nr) {
     const int cols = static_cast<int>(nc - jr < nr ? nc - jr : nr);
     const Real *bpanel = reinterpret_cast<const Real *>(bp + jr * kc);
-    for (long ir = 0; ir < mc; ir += mr, ++tile) {
+    for (long ir = 0; ir < mc; ir += mr) {
       const int rows = static_cast<int>(mc - ir < mr ? mc - ir : mr);
       const Real *apanel = ap + ir * kc * E;
       T *ct = c + ir + jr * ldc;
-      line_run pf{nullptr, 0, 0};
-      if (tile % spread == 0 && tile / spread < next.lines)
-        pf = line_run{next.first + 64 * (tile / spread), next.col_bytes, pf_count};
       // The next tile's part of C is on its way while this one computes.
       if (ir + mr < mc && !from_zero)
         for (int j = 0; j < cols; ++j) {
@@ -168,40 +150,28 @@ void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
             __builtin_prefetch(next_c + off, 1);
         }
       if (rows == mr) {
-        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero, pf, 0);
+        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero, 0);
         continue;
       }
       const int vecs = (rows + per_vec - 1) / per_vec;
       if (cols == nr && rows == vecs * per_vec) {
-        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, pf, 0);
+        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, 0);
         continue;
       }
       if (cols == nr && ks.masked_rows[vecs]) {
         const int tail = (rows - (vecs - 1) * per_vec) * lane_per_row;
-        ks.masked_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, pf, tail);
+        ks.masked_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, tail);
         continue;
       }
       std::memset(static_cast<void *>(edge), 0, sizeof(T) * mr * nr);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(edge + j * mr), ct + j * ldc, sizeof(T) * rows);
-      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero, pf, 0);
+      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero, 0);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(ct + j * ldc), edge + j * mr, sizeof(T) * rows);
     }
   }
 }
-
-// The source of the A block of rows [i0, i0+mc), columns [p0, p0+kc) of
-// op(A) as stored (nothing to fetch for a transposed A, or past the end).
-template <typename T>
-next_block source_of(const operand<T> &A, long i0, long mc, long p0, long kc) {
-  if (A.trans != 0 || mc <= 0 || kc <= 0) return next_block{nullptr, 0, 0, 0};
-  return next_block{reinterpret_cast<const char *>(A.x + i0 + p0 * A.ld),
-                    long(sizeof(T)) * A.ld, (long(sizeof(T)) * mc + 63) / 64, kc};
-}
-
-// Column blocks of at most this many tiles' width fetch the next A block.
-constexpr long prefetch_max_panels = 8;
 
 // C := alpha*op(A)*op(B) + C over the blocked loops (C already scaled by beta).
 template <typename T>
@@ -227,22 +197,7 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
         const long mc = size(m, i0, ks.mc);
         ks.pack_a[A.trans](A.x, A.ld, i0, mc, p0, kc, ks.mr, w.a);
-        // The A block packed after this one: the next rows, else the first
-        // rows of the next k block, else of the next column block. Fetched
-        // only for narrow column blocks, where packing A (reading it from
-        // memory) is a large share of the work: with wide ones the lines
-        // fetched early crowd the second-level cache (measured 2% slower at
-        // n = 1000; 2% faster at N = 32).
-        next_block next{nullptr, 0, 0, 0};
-        if (nc <= prefetch_max_panels * ks.nr) {
-          if (i0 + mc < m)
-            next = source_of(A, i0 + mc, size(m, i0 + mc, ks.mc), p0, kc);
-          else if (p0 + kc < k)
-            next = source_of(A, 0, mc_max, p0 + kc, size(k, p0 + kc, ks.kc));
-          else if (j0 + nc < n)
-            next = source_of(A, 0, mc_max, 0, kc_max);
-        }
-        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0, next);
+        run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0);
       }
     }
   }

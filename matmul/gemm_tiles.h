@@ -48,7 +48,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
   using Real = typename V::Real;
   template <bool Masked>
   static void body(long kc, const Real *a, const Real *b, Real *c, long ldc, bool from_zero,
-                   line_run pf, int tail) {
+                   int tail) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   R acc[NR][MV];
@@ -59,12 +59,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
       acc[j][v] = from_zero                  ? V::zero()
                   : (Masked && v == MV - 1) ? load_part<V, Masked>(c + j * ldc + v * L, tail)
                                              : V::loadu(c + j * ldc + v * L);
-  const char *pf_line = pf.addr;
   for (long k = 0; k < kc; ++k) {
-    if (k < pf.count) {
-      __builtin_prefetch(pf_line, 0, 2);
-      pf_line += pf.step;
-    }
     R av[MV];
 #pragma GCC unroll 8
     for (int v = 0; v < MV; ++v) av[v] = V::load(a + v * L);
@@ -87,12 +82,12 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
         V::storeu(c + j * ldc + v * L, acc[j][v]);
   }
   static void run(long kc, const Real *a, const Real *b, Real *c, long ldc, bool from_zero,
-                  line_run pf, int tail) {
-    body<false>(kc, a, b, c, ldc, from_zero, pf, tail);
+                  int tail) {
+    body<false>(kc, a, b, c, ldc, from_zero, tail);
   }
   static void run_masked(long kc, const Real *a, const Real *b, Real *c, long ldc,
-                         bool from_zero, line_run pf, int tail) {
-    body<true>(kc, a, b, c, ldc, from_zero, pf, tail);
+                         bool from_zero, int tail) {
+    body<true>(kc, a, b, c, ldc, from_zero, tail);
   }
 };
 
@@ -101,7 +96,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
 // can be large (14 of the 16 registers) while B is read one scalar per k.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
   static void run(long kc, const typename V::Real *a, const typename V::Real *b,
-                  typename V::Real *c, long ldc, bool from_zero, line_run, int) {
+                  typename V::Real *c, long ldc, bool from_zero, int) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   for (int j = 0; j < NR; ++j) {
@@ -135,7 +130,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
   using Real = typename V::Real;
   template <bool Masked>
   static void body(long kc, const Real *a, const Real *b, T *c_elems, long ldc, bool from_zero,
-                   line_run pf, int tail) {
+                   int tail) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   Real *c = reinterpret_cast<Real *>(c_elems);
@@ -148,12 +143,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
       acc[j][v] = from_zero                  ? V::zero()
                   : (Masked && v == MV - 1) ? load_part<V, Masked>(c + j * ldr + v * L, tail)
                                              : V::loadu(c + j * ldr + v * L);
-  const char *pf_line = pf.addr;
   for (long k = 0; k < kc; ++k) {
-    if (k < pf.count) {
-      __builtin_prefetch(pf_line, 0, 2);
-      pf_line += pf.step;
-    }
     R a1[MV], a2[MV];
 #pragma GCC unroll 8
     for (int v = 0; v < MV; ++v) {
@@ -183,12 +173,12 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
         V::storeu(c + j * ldr + v * L, acc[j][v]);
   }
   static void run(long kc, const Real *a, const Real *b, T *c, long ldc, bool from_zero,
-                  line_run pf, int tail) {
-    body<false>(kc, a, b, c, ldc, from_zero, pf, tail);
+                  int tail) {
+    body<false>(kc, a, b, c, ldc, from_zero, tail);
   }
   static void run_masked(long kc, const Real *a, const Real *b, T *c, long ldc, bool from_zero,
-                         line_run pf, int tail) {
-    body<true>(kc, a, b, c, ldc, from_zero, pf, tail);
+                         int tail) {
+    body<true>(kc, a, b, c, ldc, from_zero, tail);
   }
 };
 

@@ -3,7 +3,7 @@
 // (computed in place through lane masks where the vector unit has them),
 // operands that end at an inaccessible page (masked loads and stores, and
 // the in-register transposes of B, must not touch a byte past them), and
-// narrow products whose next A block is fetched during the arithmetic.
+// narrow products over several row and depth blocks.
 #include <gtest/gtest.h>
 
 #include "tests/matmul/gemm_reference.h"
@@ -36,9 +36,9 @@ TYPED_TEST(GemmEdges, OperandsEndAtAnInaccessiblePage) {
   EXPECT_EQ(guarded_battery<TypeParam>(51), "");
 }
 
-// Few columns, many rows and a deep k: packing A is a large share, and the
-// kernels fetch the next A block (next rows, then the next k block) while
-// computing; A as stored, with a leading dimension larger than needed.
+// Few columns, many rows and a deep k (several row blocks of A in each of
+// several depth blocks, and partial ones), with leading dimensions larger
+// than needed.
 TYPED_TEST(GemmEdges, NarrowProductsAcrossBlocks) {
   using T = TypeParam;
   std::mt19937_64 rng(42);
