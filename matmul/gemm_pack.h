@@ -110,15 +110,6 @@ template <class Unit, typename T> struct packing {
     }
   }
 
-  // Whether the unit transposes blocks of 8 columns by transpose_k k of
-  // Real (used for real elements and 8-column panels).
-  template <int NR> static constexpr bool has_transpose8() {
-    if constexpr (complex || NR != 8)
-      return false;
-    else
-      return requires(const Real *s, Real *d) { Unit::transpose8(s, 1L, d, s); };
-  }
-
   // One element of the packed B block.
   template <int Trans, bool Scale> static T b_value(T v, T alpha) {
     if constexpr (Trans == 2) v = conjugate(v);
@@ -142,14 +133,7 @@ template <class Unit, typename T> struct packing {
       if constexpr (Trans == 0) {
         if (cols == nr) {
           const T *col = x + p0 + (j0 + jr) * ld;
-          long k = 0;
-          // transpose_k k at a time through the unit's in-register
-          // transpose, where it has one: eight loads of consecutive k, one
-          // per column, become stores of the eight columns of each k.
-          if constexpr (has_transpose8<NR>())
-            for (; k + Unit::transpose_k <= kc; k += Unit::transpose_k)
-              Unit::transpose8(col + k, ld, panel + k * nr, Scale ? &alpha : nullptr);
-          for (; k < kc; ++k)
+          for (long k = 0; k < kc; ++k)
 #pragma GCC unroll 8
             for (int j = 0; j < nr; ++j)
               panel[k * nr + j] = b_value<Trans, Scale>(col[k + j * ld], alpha);

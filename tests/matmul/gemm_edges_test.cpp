@@ -2,7 +2,7 @@
 // the plain loop: tiles short in M with every remainder of every tile height
 // (computed in place through lane masks where the vector unit has them),
 // operands that end at an inaccessible page (masked loads and stores, and
-// the in-register transposes of B, must not touch a byte past them), and
+// the packers, must not touch a byte past them), and
 // narrow products over several row and depth blocks.
 #include <gtest/gtest.h>
 

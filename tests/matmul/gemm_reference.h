@@ -199,8 +199,8 @@ std::string check_guarded(std::mt19937_64 &rng, char ta, char tb, long m, long n
 
 // Every row count up to past the tallest tile of any path (48 rows), so
 // every remainder of every tile height is a tile short in M; widths of a
-// full tile and past it (a corner tile short in both); depths below and
-// past one in-register transpose of B (16 k). Operands at page ends.
+// full tile and past it (a corner tile short in both); two depths.
+// Operands at page ends.
 // Returns the first failures (at most five), one a line.
 template <typename T> std::string guarded_battery(uint64_t seed) {
   std::mt19937_64 rng(seed);
