@@ -127,16 +127,37 @@ inline double two_prod_ns(double x, double y, double &e) {
   return dd{p, e};
 }
 
+// True when the exact product of x and y (p = x * y) needs no scaling
+// step: both operands in [2^-969, 2^970) and |p| below 2^1021 (biased
+// exponents in 54..1992 that sum to at most 3067 qualify, and the scaled
+// code computes exactly the same for the few others this admits). Twice
+// the bit pattern orders magnitudes, with infinity and NaN above every
+// finite value, so each range is one unsigned compare.
+inline bool prod_unscaled(double x, double y, double p) {
+  constexpr std::uint64_t lo = 0x0360000000000000ULL << 1;  // 2^-969
+  constexpr std::uint64_t hi = 0x7c90000000000000ULL << 1;  // 2^970
+  constexpr std::uint64_t top = 0x7fc0000000000000ULL << 1;  // 2^1021
+  std::uint64_t ux = std::bit_cast<std::uint64_t>(x) << 1;
+  std::uint64_t uy = std::bit_cast<std::uint64_t>(y) << 1;
+  std::uint64_t up = std::bit_cast<std::uint64_t>(p) << 1;
+  return (ux - lo < hi - lo) & (uy - lo < hi - lo) & (up < top);
+}
+
+// A narrower test for the exported products: both operands in
+// [2^-514, 2^510), a window of exactly 1024 binades, so that both range
+// checks are one sign test of the or of the two offsets; the product is
+// then below 2^1020 and needs no scaling.
+inline bool prod_in_window(double x, double y) {
+  constexpr std::uint64_t lo = 0x1fd0000000000000ULL << 1;  // 2^-514
+  std::uint64_t ux = (std::bit_cast<std::uint64_t>(x) << 1) - lo;
+  std::uint64_t uy = (std::bit_cast<std::uint64_t>(y) << 1) - lo;
+  return static_cast<std::int64_t>(ux | uy) >= 0;  // each offset below 2^63
+}
+
 // Exact product: the common case inline, the scaled one out of line.
 inline dd ddprod(double x, double y) {
-  // Fast path, decided with floating-point compares: both operands within
-  // [2^-969, 2^970) and the product below 2^1021 need no scaling step
-  // (biased exponents in 54..1992 summing to at most 3067).
-  double ax = fabs_(x), ay = fabs_(y);
-  double mn = ax < ay ? ax : ay;
-  double mx = ax < ay ? ay : ax;
   double p = x * y;
-  if (mn >= 0x1p-969 && mx < 0x1p970 && fabs_(p) < 0x1p1021) [[likely]] {
+  if (prod_unscaled(x, y, p)) [[likely]] {
     double e;
     two_prod_ns(x, y, e);
     return dd{p, e};
@@ -154,11 +175,31 @@ inline dd ddprod(double x, double y) {
   if (hi == 0.0) return dd{ieee == 0.0 ? ieee : 0.0, 0.0};
   return dd{hi, 0.0};
 }
+// Nonzero and finite (subnormals included): one integer compare, since
+// twice the bit pattern orders zero, finite values and inf/NaN.
 inline bool normal_result(double hi) {
-  double a = fabs_(hi);
-  return a > 0.0 && a <= 0x1.fffffffffffffp1023;
+  std::uint64_t u = std::bit_cast<std::uint64_t>(hi) << 1;
+  return u - 1 < 0xffdfffffffffffffULL;
 }
 
+// The core sums and products come in two builds of one sequence of steps.
+// Checked (the default) is the full operation: the exact product scales
+// when it must, and a zero, infinite or NaN result goes to fix_special.
+// Unchecked skips both: callers use it only where they have shown that no
+// check could fire (operands well inside the range), so both builds give
+// the same bits there.
+template <bool Checked>
+inline dd prod(double x, double y) {
+  if constexpr (Checked) {
+    return ddprod(x, y);
+  } else {
+    double e;
+    double p = two_prod_ns(x, y, e);
+    return dd{p, e};
+  }
+}
+
+template <bool Checked = true>
 inline dd add(dd a, dd b) {
   double s = a.hi + b.hi;
   double v = a.hi - s;
@@ -171,8 +212,9 @@ inline dd add(dd a, dd b) {
   double hi = s + e;
   double t4 = s - hi;
   double lo = e + t4;
-  if (!normal_result(hi)) [[unlikely]]
-    return fix_special(hi, a.hi + b.hi);
+  if constexpr (Checked)
+    if (!normal_result(hi)) [[unlikely]]
+      return fix_special(hi, a.hi + b.hi);
   return dd{hi, lo};
 }
 
@@ -193,6 +235,7 @@ inline dd sub(dd a, dd b) {
   return dd{hi, lo};
 }
 
+template <bool Checked = true>
 inline dd add_d(dd a, double d) {
   double s = a.hi + d;
   double v = a.hi - s;
@@ -204,13 +247,15 @@ inline dd add_d(dd a, double d) {
   double hi = s + e;
   double t4 = s - hi;
   double lo = e + t4;
-  if (!normal_result(hi)) [[unlikely]]
-    return fix_special(hi, a.hi + d);
+  if constexpr (Checked)
+    if (!normal_result(hi)) [[unlikely]]
+      return fix_special(hi, a.hi + d);
   return dd{hi, lo};
 }
 
+template <bool Checked = true>
 inline dd mul(dd a, dd b) {
-  dd pe = ddprod(a.hi, b.hi);
+  dd pe = prod<Checked>(a.hi, b.hi);
   double s = a.hi + a.lo;
   double t = s * b.lo;
   double t2 = a.lo * b.hi;
@@ -219,25 +264,29 @@ inline dd mul(dd a, dd b) {
   double hi = t + pe.hi;
   double t3 = pe.hi - hi;
   double lo = t3 + t;
-  if (!normal_result(hi)) [[unlikely]]
-    return fix_special(hi, a.hi * b.hi);
+  if constexpr (Checked)
+    if (!normal_result(hi)) [[unlikely]]
+      return fix_special(hi, a.hi * b.hi);
   return dd{hi, lo};
 }
 
+template <bool Checked = true>
 inline dd mul_d(dd a, double d) {
-  dd pe = ddprod(a.hi, d);
+  dd pe = prod<Checked>(a.hi, d);
   double t = a.lo * d;
   t = t + pe.lo;
   double hi = t + pe.hi;
   double t3 = pe.hi - hi;
   double lo = t3 + t;
-  if (!normal_result(hi)) [[unlikely]]
-    return fix_special(hi, a.hi * d);
+  if constexpr (Checked)
+    if (!normal_result(hi)) [[unlikely]]
+      return fix_special(hi, a.hi * d);
   return dd{hi, lo};
 }
 
+template <bool Checked = true>
 inline dd sqr(dd a) {
-  dd pe = ddprod(a.hi, a.hi);
+  dd pe = prod<Checked>(a.hi, a.hi);
   double h2 = 2.0 * a.hi;
   double t = h2 * a.lo;
   double t2 = a.lo * a.lo;
@@ -246,13 +295,125 @@ inline dd sqr(dd a) {
   double hi = t + pe.hi;
   double t3 = pe.hi - hi;
   double lo = t3 + t;
-  if (!normal_result(hi)) [[unlikely]]
-    return fix_special(hi, a.hi * a.hi);
+  if constexpr (Checked)
+    if (!normal_result(hi)) [[unlikely]]
+      return fix_special(hi, a.hi * a.hi);
   return dd{hi, lo};
 }
 
 inline dd neg(dd a) { return dd{-a.hi, -a.lo}; }
 inline dd from_d(double d) { return dd{d, 0.0}; }
+
+// True when a is well inside the range: 2^-480 <= |a.hi| < 2^480 and
+// |a.lo| <= 2^-50 |a.hi| (a NaN anywhere fails). The quotient, reciprocal
+// and square root of such operands keep every intermediate product in the
+// unscaled range of the exact product (factors in [2^-969, 2^970), products
+// below 2^1021) and every intermediate result nonzero and finite, so their
+// unchecked steps give the checked result.
+inline bool in_core_range(dd a) {
+  double h = fabs_(a.hi);
+  double l = fabs_(a.lo);
+  double m = h * 0x1p-50;  // exact
+  return h >= 0x1p-480 && h < 0x1p480 && l <= m;
+}
+
+// The Newton quotient and its remainder correction; the checked build
+// stops after the quotient when the correction cannot be exact (a result
+// out of range, a dividend near the subnormal range). Needs b.hi in
+// [2^-1019, 2^960] and a finite.
+template <bool Checked>
+inline dd divide_steps(dd a, dd b) {
+  double r = 1.0 / b.hi;
+  // One Newton step on the reciprocal in double-double: r' = r (2 - b r).
+  dd br = mul_d<Checked>(b, r);
+  dd t = add_d<Checked>(neg(br), 2.0);
+  dd rr = mul_d<Checked>(t, r);
+  dd q = mul<Checked>(a, rr);
+  // A dividend near the subnormal range would lose the low part of the
+  // product q.hi * b.hi below; the Newton quotient stands alone there.
+  if constexpr (Checked)
+    if (!(normal_result(q.hi) && fabs_(a.hi) >= 0x1p-960)) [[unlikely]]
+      return q;
+  // Remainder correction: a - q.hi*b with the exact product of the high
+  // parts (a.hi - p is exact: both are within a few ulps of each other),
+  // then the part of q.lo it does not yet account for.
+  dd pe = prod<Checked>(q.hi, b.hi);
+  double rem = a.hi - pe.hi;
+  rem = rem - pe.lo;
+  rem = rem + a.lo;
+  double t2 = q.hi * b.lo;
+  rem = rem - t2;
+  double ql = rem * r;  // r = 1/b.hi to 2^-53: ample for a low part
+  double lo;
+  double hi = quick_two_sum(q.hi, ql, lo);
+  return dd{hi, lo};
+}
+
+// The reciprocal's steps for a nonzero finite a.hi whose reciprocal is
+// finite.
+template <bool Checked>
+inline dd reciprocal_steps(dd a) {
+  double r = 1.0 / a.hi;
+  dd pe = prod<Checked>(a.hi, r);
+  double t = 1.0 - pe.hi;
+  t = t - pe.lo;
+  double c;
+  if (a.lo == 0.0) {
+    c = t / a.hi;
+  } else {
+    double t2 = r * a.lo;
+    t = t - t2;
+    double s = a.hi + a.lo;
+    c = t / s;
+  }
+  double hi = r + c;
+  double t3 = r - hi;
+  double lo = t3 + c;
+  return dd{hi, lo};
+}
+
+dd reciprocal_general(dd a);
+dd divide_general(dd a, dd b);
+dd sqrt_general(dd a);
+
+// The core operations with their fast paths: operands inside the core
+// range run the unchecked steps inline, everything else the general code
+// out of line (a tail call, so the fast path keeps its operands in
+// registers).
+inline dd reciprocal_inline(dd a) {
+  if (in_core_range(a)) [[likely]]
+    return reciprocal_steps<false>(a);
+  return reciprocal_general(a);
+}
+inline dd divide_inline(dd a, dd b) {
+  if (in_core_range(a) && in_core_range(b)) [[likely]]
+    return divide_steps<false>(a, b);
+  return divide_general(a, b);
+}
+// Square root of a positive a inside the core range: the first
+// approximation y lies in the range too (near sqrt(a)), and so does the
+// quotient a / y.
+inline dd sqrt_inline(dd a) {
+  if (in_core_range(a) && a.hi > 0.0) [[likely]] {
+    double s = __builtin_sqrt(a.hi);
+    dd pe = prod<false>(s, s);
+    double c = a.hi - pe.hi;
+    c = c - pe.lo;
+    c = c + a.lo;
+    c = c * 0.5;
+    c = c / s;
+    double yhi = s + c;
+    double t = s - yhi;
+    double ylo = t + c;
+    dd y{yhi, ylo};
+    dd q = divide_steps<false>(a, y);
+    dd sum = add<false>(y, q);
+    double hi = 0.5 * sum.hi;
+    double lo = 0.5 * sum.lo;
+    return dd{hi, lo};
+  }
+  return sqrt_general(a);
+}
 
 dd reciprocal(dd a);
 dd divide(dd a, dd b);
@@ -279,42 +440,9 @@ inline dd sub_acc(dd a, dd b) { return add_acc(a, neg(b)); }
 
 // Products of values known to be well inside the range (series terms,
 // reduced arguments): no scaling checks.
-inline dd mul_ns(dd a, dd b) {
-  double e;
-  double p = two_prod_ns(a.hi, b.hi, e);
-  double s = a.hi + a.lo;
-  double t = s * b.lo;
-  double t2 = a.lo * b.hi;
-  t = t + t2;
-  t = t + e;
-  double hi = t + p;
-  double t3 = p - hi;
-  double lo = t3 + t;
-  return dd{hi, lo};
-}
-inline dd mul_d_ns(dd a, double d) {
-  double e;
-  double p = two_prod_ns(a.hi, d, e);
-  double t = a.lo * d;
-  t = t + e;
-  double hi = t + p;
-  double t3 = p - hi;
-  double lo = t3 + t;
-  return dd{hi, lo};
-}
-inline dd sqr_ns(dd a) {
-  double e;
-  double p = two_prod_ns(a.hi, a.hi, e);
-  double h2 = 2.0 * a.hi;
-  double t = h2 * a.lo;
-  double t2 = a.lo * a.lo;
-  t = t + t2;
-  t = t + e;
-  double hi = t + p;
-  double t3 = p - hi;
-  double lo = t3 + t;
-  return dd{hi, lo};
-}
+inline dd mul_ns(dd a, dd b) { return mul<false>(a, b); }
+inline dd mul_d_ns(dd a, double d) { return mul_d<false>(a, d); }
+inline dd sqr_ns(dd a) { return sqr<false>(a); }
 // Sum without the non-finite check, for finite series terms.
 inline dd add_ns(dd a, dd b) {
   double s2;

@@ -9,8 +9,11 @@
 // Y0 and Y1 below x = 40 come from the same normalised Miller sequence
 // through Neumann's series, Y0 = (2/pi)(log(x/2) + gamma) J0 - (4/pi) sum
 // (-1)^k J2k / k, and its derivative for Y1 = -Y0'; higher orders by the
-// forward recurrence (stable for Y). Near a zero the error is absolute (a
-// few 2^-106 of the size of the oscillation), not relative.
+// forward recurrence (stable for Y). J0, J1, Y0 and Y1 within 1/4 of one of
+// their zeros below 40.5 take the Taylor series about the zero instead,
+// which keeps the error relative; elsewhere near a zero (from x = 40.5, and
+// for the other orders) the error is absolute (a few 2^-106 of the size of
+// the oscillation).
 #include <cmath>
 
 #include "ddouble/dd_funcs.h"
@@ -163,6 +166,34 @@ void bessel_j_range(dd x, int lo, int hi, dd *out) {
   if (hi > fwd_top) miller(x, fwd_top + 1, hi, out + (fwd_top + 1 - lo));
 }
 
+// Within min(1/4, z/24) of a zero z of J0, J1, Y0 or Y1 below 40.5: the
+// Taylor series about z in t = x - z, with t from the four-part zero
+// (to about 2^-200; x - z can be as small as 2^-106 x), so the result keeps its relative
+// accuracy where the general methods keep only an absolute one. Terms up
+// to t^24: Y's series converge only within z of z (the singularity at 0),
+// hence z/24, which keeps the 25th term below 2^-110 of the first; J's
+// coefficients fall faster (J is entire). x > 0.
+template <std::size_t N>
+bool near_zero(const tab::bessel_zero (&zs)[N], dd x, dd &out) {
+  for (const tab::bessel_zero &z : zs) {
+    double d = x.hi - z.z[0];  // exact: x.hi and z are within a factor 2
+    if (!(fabs_(d) <= 0.25 && fabs_(d) * 24.0 <= z.z[0])) continue;
+    acc3 s;
+    s.add(d);
+    s.add(x.lo);
+    s.add(-z.z[1]);
+    s.add(-z.z[2]);
+    s.add(-z.z[3]);
+    double t3;
+    dd t = s.get(t3);
+    dd p = T(z.a[tab::bessel_zero_terms - 1]);
+    for (int k = tab::bessel_zero_terms - 2; k >= 0; --k) p = add_ns(T(z.a[k]), mul_ns(t, p));
+    out = mul(t, p);
+    return true;
+  }
+  return false;
+}
+
 dd bessel_jn(int n, dd x) {
   if (is_nan(x.hi)) return dd{x.hi, 0.0};
   bool negate = false;
@@ -177,6 +208,8 @@ dd bessel_jn(int n, dd x) {
     if (n & 1) negate = !negate;
   }
   dd r;
+  if (n == 0 && near_zero(tab::bessel_zeros_j0, x, r)) return negate ? neg(r) : r;
+  if (n == 1 && near_zero(tab::bessel_zeros_j1, x, r)) return negate ? neg(r) : r;
   bessel_j_range(x, n, n, &r);
   return negate ? neg(r) : r;
 }
@@ -254,6 +287,8 @@ dd bessel_yn(int n, dd x) {
   if (x.hi == 0.0) return dd{negate ? INFINITY : -INFINITY, 0.0};
   if (!is_finite(x.hi)) return dd{0.0, 0.0};
   dd r;
+  if (n == 0 && near_zero(tab::bessel_zeros_y0, x, r)) return negate ? neg(r) : r;
+  if (n == 1 && near_zero(tab::bessel_zeros_y1, x, r)) return negate ? neg(r) : r;
   bessel_y_range(x, n, n, &r);
   return negate ? neg(r) : r;
 }

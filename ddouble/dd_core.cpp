@@ -9,7 +9,9 @@
 
 namespace kafdd {
 
-dd reciprocal(dd a) {
+// Zero, infinite and NaN high parts, and everything outside the core
+// range: the same steps, checked.
+dd reciprocal_general(dd a) {
   double ah = fabs_(a.hi);
   // Zero, infinity and NaN: IEEE's 1/x on the high part (+-inf, +-0, NaN).
   if (!(ah > 0.0 && ah <= DBL_MAX)) [[unlikely]]
@@ -17,23 +19,10 @@ dd reciprocal(dd a) {
   double r = 1.0 / a.hi;
   if (!is_finite(r)) [[unlikely]]  // |a.hi| below 2^-1024: the result overflows
     return dd{r, 0.0};
-  dd pe = ddprod(a.hi, r);
-  double t = 1.0 - pe.hi;
-  t = t - pe.lo;
-  double c;
-  if (a.lo == 0.0) {
-    c = t / a.hi;
-  } else {
-    double t2 = r * a.lo;
-    t = t - t2;
-    double s = a.hi + a.lo;
-    c = t / s;
-  }
-  double hi = r + c;
-  double t3 = r - hi;
-  double lo = t3 + c;
-  return dd{hi, lo};
+  return reciprocal_steps<true>(a);
 }
+
+dd reciprocal(dd a) { return reciprocal_inline(a); }
 
 dd scale(dd a, int n) {
   double hi = ldexp_(a.hi, n);
@@ -69,36 +58,16 @@ dd scale(dd a, int n) {
   return scale(divide(a, b2), -128);
 }
 
-dd divide(dd a, dd b) {
+dd divide_general(dd a, dd b) {
   double bh = fabs_(b.hi);
   if (!(bh >= 0x1p-1019 && bh <= 0x1p960 && fabs_(a.hi) <= DBL_MAX)) [[unlikely]]
     return divide_slow(a, b);
-  double r = 1.0 / b.hi;
-  // One Newton step on the reciprocal in double-double: r' = r (2 - b r).
-  dd br = mul_d(b, r);
-  dd t = add_d(neg(br), 2.0);
-  dd rr = mul_d(t, r);
-  dd q = mul(a, rr);
-  // A dividend near the subnormal range would lose the low part of the
-  // product q.hi * b.hi below; the Newton quotient stands alone there.
-  if (!(normal_result(q.hi) && fabs_(a.hi) >= 0x1p-960)) [[unlikely]]
-    return q;
-  // Remainder correction: a - q.hi*b with the exact product of the high
-  // parts (a.hi - p is exact: both are within a few ulps of each other),
-  // then the part of q.lo it does not yet account for.
-  dd pe = ddprod(q.hi, b.hi);
-  double rem = a.hi - pe.hi;
-  rem = rem - pe.lo;
-  rem = rem + a.lo;
-  double t2 = q.hi * b.lo;
-  rem = rem - t2;
-  double ql = rem * r;  // r = 1/b.hi to 2^-53: ample for a low part
-  double lo;
-  double hi = quick_two_sum(q.hi, ql, lo);
-  return dd{hi, lo};
+  return divide_steps<true>(a, b);
 }
 
-dd sqrt(dd a) {
+dd divide(dd a, dd b) { return divide_inline(a, b); }
+
+dd sqrt_general(dd a) {
   if (a.hi < 0.0) {
     volatile double z = 0.0;  // 0/0 at run time: NaN with the invalid flag
     return dd{z / z, 0.0};
@@ -125,6 +94,41 @@ dd sqrt(dd a) {
   return dd{hi, lo};
 }
 
+dd sqrt(dd a) { return sqrt_inline(a); }
+
+// The exported products: the unchecked steps when the exact product needs
+// no scaling and the result is nonzero and finite, otherwise the checked
+// operation out of line from the start (it repeats the same steps, so the
+// fast path stays free of calls and spills).
+[[gnu::noinline]] static dd mul_general(dd a, dd b) { return mul(a, b); }
+[[gnu::noinline]] static dd mul_d_general(dd a, double d) { return mul_d(a, d); }
+[[gnu::noinline]] static dd sqr_general(dd a) { return sqr(a); }
+
+static inline dd mul_entry(dd a, dd b) {
+  if (prod_in_window(a.hi, b.hi)) [[likely]] {
+    dd r = mul<false>(a, b);
+    if (normal_result(r.hi)) [[likely]]
+      return r;
+  }
+  return mul_general(a, b);
+}
+static inline dd mul_d_entry(dd a, double d) {
+  if (prod_in_window(a.hi, d)) [[likely]] {
+    dd r = mul_d<false>(a, d);
+    if (normal_result(r.hi)) [[likely]]
+      return r;
+  }
+  return mul_d_general(a, d);
+}
+static inline dd sqr_entry(dd a) {
+  if (prod_in_window(a.hi, a.hi)) [[likely]] {
+    dd r = sqr<false>(a);
+    if (normal_result(r.hi)) [[likely]]
+      return r;
+  }
+  return sqr_general(a);
+}
+
 }  // namespace kafdd
 
 using namespace kafdd;
@@ -135,13 +139,13 @@ kaf_dd __KAFf90_ddprod_d_d(double x, double y) { return ddprod(x, y); }
 kaf_dd __KAFf90_dd_PLUS_dd(kaf_dd a, kaf_dd b) { return add(a, b); }
 kaf_dd __KAFf90_dd_MINUS_dd(kaf_dd a, kaf_dd b) { return sub(a, b); }
 kaf_dd __KAFf90_dd_PLUS_d(kaf_dd a, double d) { return add_d(a, d); }
-kaf_dd __KAFf90_dd_TIMES_dd(kaf_dd a, kaf_dd b) { return mul(a, b); }
-kaf_dd __KAFf90_dd_TIMES_d(kaf_dd a, double d) { return mul_d(a, d); }
-kaf_dd __KAFf90_dd_squared(kaf_dd a) { return sqr(a); }
-kaf_dd __KAFf90_dd_reciprocal(kaf_dd a) { return reciprocal(a); }
-kaf_dd __KAFf90_dd_DIVIDE_dd(kaf_dd a, kaf_dd b) { return divide(a, b); }
-kaf_dd __KAFf90_dd_DIVIDE_d(kaf_dd a, double d) { return divide(a, dd{d, 0.0}); }
-kaf_dd __KAFf90_sqrt_dd(kaf_dd a) { return kafdd::sqrt(a); }
-kaf_dd __KAFf90_sqrt_dd_arg(const kaf_dd *a) { return kafdd::sqrt(*a); }
+kaf_dd __KAFf90_dd_TIMES_dd(kaf_dd a, kaf_dd b) { return mul_entry(a, b); }
+kaf_dd __KAFf90_dd_TIMES_d(kaf_dd a, double d) { return mul_d_entry(a, d); }
+kaf_dd __KAFf90_dd_squared(kaf_dd a) { return sqr_entry(a); }
+kaf_dd __KAFf90_dd_reciprocal(kaf_dd a) { return reciprocal_inline(a); }
+kaf_dd __KAFf90_dd_DIVIDE_dd(kaf_dd a, kaf_dd b) { return divide_inline(a, b); }
+kaf_dd __KAFf90_dd_DIVIDE_d(kaf_dd a, double d) { return divide_inline(a, dd{d, 0.0}); }
+kaf_dd __KAFf90_sqrt_dd(kaf_dd a) { return sqrt_inline(a); }
+kaf_dd __KAFf90_sqrt_dd_arg(const kaf_dd *a) { return sqrt_inline(*a); }
 
 }  // extern "C"

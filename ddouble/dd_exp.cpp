@@ -51,9 +51,11 @@ dd log1p_kernel(dd r) {
   return add_ns(r, mul_ns(sqr_ns(r), p));
 }
 
-// log x = base + l1: base = k*ln2 - log(inv_j) to about 2^-150 (three
-// parts), l1 = log(1 + r) with |r| < 2^-7.5. x must be positive and finite.
-void log_parts(dd x, acc3 &base, dd &l1) {
+// The reduction of LOG: x = 2^k * c_j * (1 + r) with r = m * inv_j - 1 and
+// |r| < 2^-7.5. r is returned unrounded, as four binary64 terms whose sum
+// is exact (p - 1 is exact for p in [0.99, 1.01]); base = k*ln2 -
+// log(inv_j) to about 2^-150 (three parts). x must be positive and finite.
+[[gnu::always_inline]] inline void log_reduce(dd x, acc3 &base, double r4[4]) {
   int bias = 0;
   if (x.hi < 0x1p-900) {  // keep the low part in the normal range
     x = scale(x, 200);
@@ -67,13 +69,12 @@ void log_parts(dd x, acc3 &base, dd &l1) {
   }
   int j = static_cast<int>((m.hi - 0.75) * 128.0 + 0.5);
   double inv = tab::log_inv[j];
-  // r = m * inv - 1 from exact products: p - 1 is exact (p in [0.99, 1.01]).
   dd p1 = ddprod(m.hi, inv);
   dd p2 = ddprod(m.lo, inv);
-  double s = p1.hi - 1.0;
-  dd r = add_d_ns(dd{s, 0.0}, p1.lo);
-  r = add_ns(r, p2);
-  l1 = log1p_kernel(r);
+  r4[0] = p1.hi - 1.0;
+  r4[1] = p1.lo;
+  r4[2] = p2.hi;
+  r4[3] = p2.lo;
   double k = static_cast<double>(e + bias);
   dd ka = ddprod(k, tab::ln2_3.a);
   dd kb = ddprod(k, tab::ln2_3.b);
@@ -87,6 +88,60 @@ void log_parts(dd x, acc3 &base, dd &l1) {
   double c3 = k * tab::ln2_3.c;
   base.add(c3);
   base.add(tab::log_neglog[j].c);
+}
+
+// log x = base + l1, l1 = log(1 + r) to 2^-106.
+void log_parts(dd x, acc3 &base, dd &l1) {
+  double r4[4];
+  log_reduce(x, base, r4);
+  dd r = add_d_ns(dd{r4[0], 0.0}, r4[1]);
+  r = add_ns(r, dd{r4[2], r4[3]});
+  l1 = log1p_kernel(r);
+}
+
+// log x to about 2^-120 of itself, added into acc (three parts), for the
+// powers: a rounding of log x at 2^-106 would be multiplied by the
+// exponent. log(1 + r) = r - r^2/2 + r^3 q(r), q = 1/3 - r/4 + ...: r and
+// r^2 are carried to about 2^-150 (the exact terms of r, the exact square
+// of its leading part); only r^3 q, below 2^-16.5 of the whole, rounds at
+// 2^-106.
+void log_accurate(dd x, acc3 &acc) {
+  double r4[4];
+  log_reduce(x, acc, r4);
+  acc3 racc;
+  for (double t : r4) racc.add(t);
+  double r3;
+  dd r = racc.get(r3);
+  for (double t : r4) acc.add(t);
+  // -r^2/2 = -(rh^2 + 2 rh rl + rl^2 + 2 rh r3)/2; halving is exact.
+  dd s0 = ddprod(r.hi, r.hi);
+  dd s1 = ddprod(r.hi, r.lo);
+  acc.add(-0.5 * s0.hi);
+  acc.add(-s1.hi);
+  acc.add(-0.5 * s0.lo);
+  acc.add(-s1.lo);
+  double s2 = r.lo * r.lo;
+  s2 = s2 * 0.5;
+  double s3 = r.hi * r3;
+  s2 = s2 + s3;
+  acc.add(-s2);
+  // q = sum over k >= 3 of (-1)^(k+1) r^(k-3) / k: terms 10..18 in binary64
+  // (their rounding is below 2^-120 of the whole), 3..9 in double-double.
+  double rh = r.hi;
+  double q = tab::inv_int[18].hi;
+  q = -q;
+  for (int k = 17; k >= 10; --k) {
+    q = q * rh;
+    q = (k & 1) ? q + tab::inv_int[k].hi : q - tab::inv_int[k].hi;
+  }
+  dd p = add_ns(T(tab::inv_int[9]), mul_d_ns(r, q));
+  for (int k = 8; k >= 3; --k) {
+    dd c = T(tab::inv_int[k]);
+    p = add_ns((k & 1) ? c : neg(c), mul_ns(r, p));
+  }
+  dd c = mul_ns(mul_ns(sqr_ns(r), r), p);
+  acc.add(c.hi);
+  acc.add(c.lo);
 }
 
 }  // namespace
@@ -163,28 +218,23 @@ dd log1p(dd y) {
   return log(add_acc(dd{1.0, 0.0}, y));
 }
 
-// exp(b log a) for positive finite a: b log a is formed to about 2^-150
-// of itself except for b * log(1 + r), |r| < 2^-7.5, which carries the
-// usual 2^-106; extra and extra2 are added exactly; EXP then takes
-// all three parts.
+// exp(b log a) for positive finite a: log a is formed to about 2^-120 of
+// itself (three parts), b log a from exact partial products; extra and
+// extra2 are added exactly; EXP then takes all three parts.
 dd exp_of_product(dd b, dd a, dd extra, dd extra2) {
   acc3 base;
-  dd l1;
-  log_parts(a, base, l1);
+  log_accurate(a, base);
   double b3;
   dd bb = base.get(b3);
   dd p1 = ddprod(b.hi, bb.hi);
-  if (!(fabs_(p1.hi) < 1e5)) return kafdd::exp(dd{p1.hi + b.hi * l1.hi + extra.hi, 0.0});
+  if (!(fabs_(p1.hi) < 1e5)) return kafdd::exp(dd{p1.hi + extra.hi, 0.0});
   dd p2 = ddprod(b.hi, bb.lo);
   dd p3 = ddprod(b.lo, bb.hi);
-  dd q = mul(b, l1);
   acc3 y;
   y.add(p1.hi);
-  y.add(q.hi);
   y.add(p1.lo);
   y.add(p2.hi);
   y.add(p3.hi);
-  y.add(q.lo);
   y.add(p2.lo);
   y.add(p3.lo);
   double t = b.hi * b3;

@@ -9,7 +9,10 @@
 //   from 20:      Stirling's series, exp of a three-part exponent for GAMMA;
 //   negative x:   reflection, -pi / (x sin(pi x) gamma(-x)). LOG_GAMMA of a
 //                 negative x where |GAMMA| is near 1 (its zeros there)
-//                 keeps an absolute, not a relative, error of a few 2^-106.
+//                 keeps an absolute, not a relative, error: a few 2^-106
+//                 on (-19, -2), where the reflection is written so that
+//                 its terms stay small, and a few 2^-106 |lgamma(-x)|
+//                 beyond.
 // GAMMA has poles at 0 (+-infinity with the sign of the zero) and at the
 // negative integers (NaN, as C's tgamma); LOG_GAMMA is +infinity there.
 #include <cmath>
@@ -173,12 +176,35 @@ dd gamma_dd(dd x) {
   return s.hi < 0.0 ? neg(r) : r;
 }
 
+// log|gamma(x)| for x in (-19, -2), y = -x: with gamma(x) gamma(1 - x) =
+// pi / sin(pi x) and gamma(1 - x) = y (y-1)...(y-m) gamma(y - m),
+//   log|gamma(x)| = -log(|sin(pi y)| y (y-1)...(y-m) / pi) - lgamma(y - m),
+// y - m in [1.75, 2.75). The product is formed in three parts, so the two
+// terms that cancel near the zeros of LOG_GAMMA are both below 1 or so in
+// size and the error stays a few units of 2^-106 in absolute terms,
+// whatever x (instead of growing with lgamma(y) up to 36).
+dd lgamma_reflected(dd x) {
+  dd y = neg(x);
+  int m = y.hi < 2.75 ? 0 : static_cast<int>(y.hi - 1.75);
+  dd base = add_acc(y, dd{-static_cast<double>(m), 0.0});  // exact
+  dd s = sinpi(x);
+  if (s.hi < 0.0) s = neg(s);
+  td3 p{s.hi, s.lo, 0.0};
+  p = td_mul_dd(p, y);
+  for (int i = 1; i <= m; ++i) p = td_mul_dd(p, add_acc(y, dd{-static_cast<double>(i), 0.0}));
+  double lo;
+  double hi = quick_two_sum(p.a, p.b + p.c, lo);
+  dd q = divide(dd{hi, lo}, T(tab::pi));
+  return sub_acc(neg(log(q)), lgamma_mid(base));
+}
+
 dd log_gamma_dd(dd x) {
   if (is_nan(x.hi)) return dd{x.hi, 0.0};
   if (!is_finite(x.hi)) return dd{INFINITY, 0.0};
   if (x.hi == 0.0) return dd{INFINITY, 0.0};
   if (x.hi > 0.0) return lgamma_pos(x);
   if (is_int(x)) return dd{INFINITY, 0.0};
+  if (x.hi < -2.0 && x.hi > -19.0) return lgamma_reflected(x);
   // log|gamma(x)| = log(pi / |x sin(pi x)|) - lgamma(-x)
   dd s = sinpi(x);
   if (s.hi < 0.0) s = neg(s);

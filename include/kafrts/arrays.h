@@ -299,6 +299,54 @@ KAF_API void __KAFf90_dtspread_line(const char *file, int32_t line,
 KAF_API void __KAFf90_dtspread(kaf_char_array_result *result, int32_t rank,
                                const int64_t *source, int64_t dim, int64_t ncopies);
 
+/* The further SPREAD entries, for the cases where the compiler knows more
+ * than a descriptor says. The letters: `p` SOURCE passed as a plain address
+ * (no descriptor), `a` an array SOURCE, contiguous in array element order,
+ * whose rank extents are given (int64_t, negative counts as 0), `s` a scalar
+ * SOURCE (DIM must be 1), `u` the result written to contiguous storage the
+ * caller supplies (size: elsize times the product of the result's extents;
+ * nothing is allocated or zero-filled) instead of a fresh block. elsize is
+ * the element size in bytes for every type (characters: length times the
+ * character width), so no length word is kept. Storage the caller supplies
+ * may share bytes with SOURCE: the result is as if SOURCE were read first.
+ * Each gives the result of __KAFf90_spread on a descriptor of the same SOURCE;
+ * DIM out of range is message 6, a fresh block that cannot be had 162. */
+/* SPREAD of a contiguous array at source with the given extents. */
+KAF_API void __KAFf90_spread_pa_line(const char *file, int32_t line, kaf_array_result *result,
+                                     int64_t elsize, int32_t rank, const void *source,
+                                     const int64_t *extents, int64_t dim, int64_t ncopies);
+KAF_API void __KAFf90_spread_pa(kaf_array_result *result, int64_t elsize, int32_t rank,
+                                const void *source, const int64_t *extents, int64_t dim,
+                                int64_t ncopies);
+/* The same, the result written to dest in array element order. */
+KAF_API void __KAFf90_spread_pau_line(const char *file, int32_t line, void *dest,
+                                      int64_t elsize, int32_t rank, const void *source,
+                                      const int64_t *extents, int64_t dim, int64_t ncopies);
+KAF_API void __KAFf90_spread_pau(void *dest, int64_t elsize, int32_t rank, const void *source,
+                                 const int64_t *extents, int64_t dim, int64_t ncopies);
+/* SPREAD of the scalar at source: a vector of max(ncopies, 0) copies. */
+KAF_API void __KAFf90_spread_ps_line(const char *file, int32_t line, kaf_array_result *result,
+                                     int64_t elsize, const void *source, int64_t dim,
+                                     int64_t ncopies);
+KAF_API void __KAFf90_spread_ps(kaf_array_result *result, int64_t elsize, const void *source,
+                                int64_t dim, int64_t ncopies);
+/* The same, the copies written to dest. */
+KAF_API void __KAFf90_spread_psu_line(const char *file, int32_t line, void *dest,
+                                      int64_t elsize, const void *source, int64_t dim,
+                                      int64_t ncopies);
+KAF_API void __KAFf90_spread_psu(void *dest, int64_t elsize, const void *source, int64_t dim,
+                                 int64_t ncopies);
+/* The assignment DEST = SPREAD(SOURCE, DIM, NCOPIES): dest is a numeric-form
+ * descriptor of rank + 1 (any strides: a section will do), source one of rank,
+ * elsize their element size in bytes. dest's extents must be the result's,
+ * else message 154 for the first dimension that differs (dest's extent, then
+ * the result's). Overlapping operands are allowed. */
+KAF_API void __KAFf90_aspread_line(const char *file, int32_t line, const int64_t *dest,
+                                   int64_t elsize, int32_t rank, const int64_t *source,
+                                   int64_t dim, int64_t ncopies);
+KAF_API void __KAFf90_aspread(const int64_t *dest, int64_t elsize, int32_t rank,
+                              const int64_t *source, int64_t dim, int64_t ncopies);
+
 /* ---- TRANSPOSE(MATRIX) -----------------------------------------------------
  * matrix is a rank-2 descriptor; the result has the extents swapped. */
 KAF_API void __KAFf90_transpose_line(const char *file, int32_t line, kaf_array_result *result,

@@ -48,6 +48,14 @@ KAF_API kaf_ddc __KAFf90_dd_DIVIDE_ddc(kaf_dd a, kaf_ddc b);
 KAF_API kaf_dd __KAFf90_sqrt_dd(kaf_dd a);
 KAF_API kaf_dd __KAFf90_sqrt_dd_arg(const kaf_dd *a);
 
+/* ---- Half precision (binary16, passed as its 16-bit pattern) ------------- */
+
+/* REAL(X, half): hi + lo rounded once to nearest, ties to even; infinity
+ * from 65520 up, subnormal halves below 2^-14, NaN kept quiet. */
+KAF_API uint16_t __KAFf90_real_dd_h(kaf_dd x);
+/* REAL(H, double-double): exact. */
+KAF_API kaf_dd __KAFf90_real_h_dd(uint16_t h);
+
 /* ---- Elemental functions of the real kind -------------------------------- */
 
 KAF_API kaf_dd __KAFf90_exp_dd(kaf_dd x);

@@ -27,6 +27,7 @@ struct input {
 struct operand {
   std::vector<char> block;
   std::vector<int64_t> desc;
+  std::vector<int64_t> desc_numeric;  // the same section without a length word
   std::vector<int64_t> ext, stride;
   char *base = nullptr;
   int64_t es = 0;
@@ -70,10 +71,10 @@ operand make_operand(input &in, int rank, int64_t es, uint64_t first, bool with_
   o.desc.push_back(reinterpret_cast<int64_t>(o.base));
   if (with_length) o.desc.push_back(len);
   o.desc.push_back(0);
+  o.desc_numeric = {o.desc[0], 0};
   for (int k = 0; k < rank; ++k) {
-    o.desc.push_back(o.ext[k]);
-    o.desc.push_back(o.stride[k]);
-    o.desc.push_back(1);
+    o.desc.insert(o.desc.end(), {o.ext[k], o.stride[k], 1});
+    o.desc_numeric.insert(o.desc_numeric.end(), {o.ext[k], o.stride[k], 1});
   }
   return o;
 }
@@ -229,17 +230,37 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     case 2: {  // SPREAD
       if (rank >= 3) return 0;
-      const int64_t dim = 1 + in.next(rank + 1), nc = static_cast<int64_t>(in.next(5)) - 1;
+      const int64_t dim = 1 + in.next(rank + 1);
+      // Few copies, or enough for runs past the replication chunk.
+      const int64_t nc = in.next(2) ? static_cast<int64_t>(in.next(5)) - 1 : in.next(200) * 11;
       if (chr)
         __KAFf90_dtspread(&cr, rank, a.desc.data(), dim, nc);
       else
         __KAFf90_spread(&nr, es, rank, a.desc.data(), dim, nc);
       std::vector<int64_t> rext = a.ext;
       rext.insert(rext.begin() + (dim - 1), nc < 0 ? 0 : nc);
-      run_result(by_subscripts(rext, [&](std::vector<int64_t> sub) {
+      const std::vector<uint64_t> want = by_subscripts(rext, [&](std::vector<int64_t> sub) {
         sub.erase(sub.begin() + (dim - 1));
         return seq[static_cast<size_t>(linear(a.ext, sub))];
-      }));
+      });
+      run_result(want);
+      // The assignment form into a block of exactly the result's size, in
+      // array element order or reversed in every dimension.
+      std::vector<char> dest(want.size() * static_cast<size_t>(es));
+      const bool reversed = in.next(2);
+      std::vector<int64_t> ddesc = {0, 0};
+      int64_t ds = es, last = 0;
+      for (int64_t e : rext) {
+        ddesc.insert(ddesc.end(), {e, reversed ? -ds : ds, 1});
+        last += (e - 1) * ds;
+        ds *= e;
+      }
+      ddesc[0] = reinterpret_cast<int64_t>(dest.data() + (reversed && !want.empty() ? last : 0));
+      __KAFf90_aspread(ddesc.data(), es, rank, a.desc_numeric.data(), dim, nc);
+      for (size_t i = 0; i < want.size(); ++i) {
+        const size_t at = reversed ? want.size() - 1 - i : i;
+        check(same_id(dest.data() + at * static_cast<size_t>(es), es, want[i]));
+      }
       break;
     }
     case 3: {  // TRANSPOSE

@@ -2,6 +2,8 @@
 // (negative and empty included), masks, shifts, boundaries, ORDER and PAD go
 // to a gfortran program (oracle.f90) and through our entries, over elements of
 // many sizes and every element form; the results must agree element by element.
+// SPREAD cases also go through the assignment, plain-address and scalar
+// entries.
 #include <unistd.h>
 
 #include <cstdio>
@@ -50,6 +52,7 @@ fcase random_case(std::mt19937_64 &rng) {
   fcase c;
   c.op = 1 + static_cast<int>(rng() % 6);
   c.r = c.op == 4 ? 2 : 1 + static_cast<int>(rng() % 3);
+  if (c.op == 3 && rng() % 5 == 0) c.r = 0;  // a scalar SOURCE
   for (int k = 0; k < 3; ++k) {
     c.n[k] = 1 + static_cast<int64_t>(rng() % (k < c.r ? 7 : 3));
     c.l[k] = 1 + static_cast<int64_t>(rng() % c.n[k]);
@@ -259,9 +262,10 @@ uint64_t high_true(int width, std::mt19937_64 &rng) {
   return v << (rng() % 8);
 }
 
-any_result run_ours(const fcase &c, std::mt19937_64 &rng, std::vector<std::vector<char>> &keep) {
+// The case's section of its parent (kept alive in keep), in the case's
+// element form or, with numeric_form, in the numeric form.
+desc source_section(const fcase &c, std::vector<std::vector<char>> &keep, bool numeric_form) {
   const int64_t es = c.es;
-  const bool chr = c.form != numeric;
   keep.push_back(id_array(c.n[0] * c.n[1] * c.n[2], es, 1));
   const char *parent = keep.back().data();
   const int64_t pstride[3] = {es, es * c.n[0], es * c.n[0] * c.n[1]};
@@ -269,7 +273,15 @@ any_result run_ours(const fcase &c, std::mt19937_64 &rng, std::vector<std::vecto
   for (int k = 0; k < 3; ++k) off += (c.l[k] - 1) * pstride[k];
   std::vector<int64_t> ext = section_extents(c), stride;
   for (int k = 0; k < c.r; ++k) stride.push_back(c.s[k] * pstride[k]);
-  desc x = make_desc(parent + off, ext, stride, {}, chr, c.len);
+  const bool chr = c.form != numeric && !numeric_form;
+  return make_desc(parent + off, ext, stride, {}, chr, c.len);
+}
+
+any_result run_ours(const fcase &c, std::mt19937_64 &rng, std::vector<std::vector<char>> &keep) {
+  const int64_t es = c.es;
+  const bool chr = c.form != numeric;
+  desc x = source_section(c, keep, false);
+  std::vector<int64_t> ext = section_extents(c);
 
   any_result res{};
   kaf_array_result nr{};
@@ -437,6 +449,54 @@ any_result run_ours(const fcase &c, std::mt19937_64 &rng, std::vector<std::vecto
   return res;
 }
 
+// The further SPREAD entries on a SPREAD case, each as the bytes of its
+// result in array element order: the assignment form into a section with
+// random steps, the plain-address forms on the section copied to contiguous
+// storage (a SOURCE of the same value), the scalar forms when SOURCE is one.
+std::vector<std::pair<std::string, std::string>> spread_variants(const fcase &c,
+                                                                 const oracle_result &w,
+                                                                 std::mt19937_64 &rng) {
+  std::vector<std::pair<std::string, std::string>> out;
+  std::vector<std::vector<char>> keep;
+  const int64_t es = c.es;
+  const desc x = source_section(c, keep, true);
+  const std::vector<int64_t> ext = section_extents(c);
+  const int r = c.r + 1;
+  std::vector<int64_t> dext(w.extent.begin(), w.extent.end()), dstride(r);
+  dext.resize(r, 1);
+  int64_t dp = es, doff = 0;
+  for (int k = 0; k < r; ++k) {
+    const int64_t step = rng() % 3 == 0 ? -1 : 1 + static_cast<int64_t>(rng() % 2);
+    const int64_t a = step < 0 ? -step : step;
+    const int64_t pext = std::max<int64_t>(dext[k], 1) * a;
+    dstride[k] = step * dp;
+    if (step < 0) doff += (pext - 1) * dp;
+    dp *= pext;
+  }
+  std::vector<char> dparent(static_cast<size_t>(dp) + 1);
+  const desc dd = make_desc(dparent.data() + doff, dext, dstride);
+  __KAFf90_aspread(dd.data(), es, c.r, x.data(), c.dim, c.ncopies);
+  out.emplace_back("aspread", sequence_bytes(dd, es));
+
+  const std::string flat = sequence_bytes(x, es);
+  int64_t n = es;
+  for (int64_t e : w.extent) n *= e;
+  kaf_array_result pr;
+  __KAFf90_spread_pa(&pr, es, c.r, flat.data(), ext.data(), c.dim, c.ncopies);
+  out.emplace_back("spread_pa", take_result(pr, es));
+  std::string into(static_cast<size_t>(n), '\0');
+  __KAFf90_spread_pau(into.data(), es, c.r, flat.data(), ext.data(), c.dim, c.ncopies);
+  out.emplace_back("spread_pau", into);
+  if (c.r == 0) {
+    __KAFf90_spread_ps(&pr, es, x.base(), c.dim, c.ncopies);
+    out.emplace_back("spread_ps", take_result(pr, es));
+    std::string s(static_cast<size_t>(n), '\0');
+    __KAFf90_spread_psu(s.data(), es, x.base(), c.dim, c.ncopies);
+    out.emplace_back("spread_psu", s);
+  }
+  return out;
+}
+
 }  // namespace
 
 TEST(AgainstGfortran, RandomCasesOfEveryIntrinsicAndForm) {
@@ -447,7 +507,7 @@ TEST(AgainstGfortran, RandomCasesOfEveryIntrinsicAndForm) {
   ASSERT_EQ(want.size(), cases.size());
   static const char *const names[] = {"",          "RESHAPE", "PACK",   "SPREAD",
                                       "TRANSPOSE", "CSHIFT",  "EOSHIFT"};
-  int ops_seen[7] = {};
+  int ops_seen[7] = {}, scalar_spreads = 0;
   for (size_t i = 0; i < cases.size(); ++i) {
     const fcase &c = cases[i];
     std::vector<std::vector<char>> keep;
@@ -469,6 +529,11 @@ TEST(AgainstGfortran, RandomCasesOfEveryIntrinsicAndForm) {
         << oracle_input(c) << "form " << c.form << " es " << c.es;
     __KAFf90_oDeAlloc(r.base, static_cast<size_t>(n));
     ++ops_seen[c.op];
+    if (c.op != 3) continue;
+    scalar_spreads += c.r == 0;
+    for (const auto &[entry, bytes] : spread_variants(c, w, rng))
+      EXPECT_EQ(bytes, expect) << entry << " case " << i << ":\n" << oracle_input(c);
   }
   for (int op = 1; op <= 6; ++op) EXPECT_GT(ops_seen[op], 100) << names[op];
+  EXPECT_GT(scalar_spreads, 20);
 }

@@ -4,7 +4,8 @@
 ! in a parent array), so the result shows where each element came from.
 !
 ! A case: op rank, parent extents n1 n2 n3, section l1 u1 s1 l2 u2 s2 l3 u3 s3
-! (dimensions beyond rank use l as a scalar subscript), then the operation's
+! (dimensions beyond rank use l as a scalar subscript; rank 0, SPREAD only,
+! takes the scalar a(l1, l2, l3) as SOURCE), then the operation's
 ! own numbers. Output: the result's rank and extents on one line, its
 ! elements in array element order on the next.
 module oracle_data
@@ -135,6 +136,13 @@ contains
     case (15)
       call out3(reshape(x, [shp(1), shp(2), shp(3)], pad, order(1:3)))
     end select
+  end subroutine
+  ! A scalar SOURCE: SPREAD only.
+  subroutine case0(x)
+    integer(8), intent(in) :: x
+    integer :: dim, ncopies
+    read (*, *) dim, ncopies
+    call out1(spread(x, dim, ncopies))
   end subroutine
   subroutine case1(x)
     integer(8), intent(in) :: x(:)
@@ -351,6 +359,8 @@ program oracle
       end do
     end do
     select case (r)
+    case (0)
+      call case0(a(l(1), l(2), l(3)))
     case (1)
       call case1(a(l(1):u(1):st(1), l(2), l(3)))
     case (2)

@@ -6,6 +6,7 @@
 #include <cfloat>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <vector>
 
 #include "tests/ddouble/oracle.h"
@@ -209,22 +210,69 @@ TEST(DdFunc, Atan2Accuracy) {
 }
 
 TEST(DdFunc, PowAccuracy) {
-  // a ** b with |b log a| <= 40: the error grows with |b log a| (the
-  // logarithm's own error is multiplied by b), which this range bounds.
-  Gen g(78);
+  // Over every base and exponent whose power lies in [2^-966, 2^1009]
+  // (where the result keeps 106 bits): b log a from -670 to 700. The
+  // logarithm is carried to about 2^-120 so that the exponent does not
+  // magnify its rounding, also for bases next to 1 with large exponents.
+  struct Family {
+    const char *name;
+    std::function<kaf_dd(Gen &)> base;
+  };
+  const Family families[] = {
+      {"a in 2^[-20, 20]", [](Gen &g) { return g.dd_pos(-20, 20); }},
+      {"a in 2^[-1000, 1000]", [](Gen &g) { return g.dd_pos(-1000, 1000); }},
+      {"a = 1 +- 2^-k", [](Gen &g) {
+         double e = std::ldexp(g.unit(), g.expo(-100, -1));
+         return __KAFf90_dd_PLUS_d(kaf_dd{1.0, 0.0}, g.coin() ? e : -e);
+       }},
+      {"a in [0.99, 1.01]", [](Gen &g) { return g.range(0.99, 1.01); }},
+  };
+  Big ma, mb, mr(320), ml(400);
+  double worst = 0;
+  for (std::size_t f = 0; f < std::size(families); ++f) {
+    Gen g(78 + f);
+    Worst w;
+    for (long i = 0; i < kHundredK; ++i) {
+      kaf_dd a = families[f].base(g);
+      set_dd(ma, a);
+      mpfr_log(ml, ma, MPFR_RNDN);
+      // b = y / log a for y spread over the whole range of results.
+      double y = g.coin() ? g.uniform(-670.0, 700.0) : g.uniform(-40.0, 40.0);
+      mpfr_d_div(ml, y, ml, MPFR_RNDN);
+      kaf_dd b = g.with_lo(mpfr_get_d(ml, MPFR_RNDN));
+      kaf_dd r = __KAFf90_dd_pow_dd(a, b);
+      set_dd(mb, b);
+      mpfr_pow(mr, ma, mb, MPFR_RNDN);
+      if (mpfr_cmp_d(mr, 0x1p-966) < 0 || mpfr_cmp_d(mr, 0x1p1009) > 0) continue;
+      w.note(err_units(r, mr), show(a) + " ** " + show(b));
+    }
+    EXPECT_LE(w.err, 3.0) << families[f].name << ": " << w.where;
+    worst = std::max(worst, w.err);
+  }
+  RecordProperty("worst_units", std::to_string(worst));
+}
+
+TEST(DdFunc, PowWithLargeIntegralExponents) {
+  // Integral exponents beyond 2^30 go through the logarithm; bases next to
+  // 1 keep the result in range.
+  Gen g(80);
   Big ma, mb, mr(320);
   Worst w;
-  for (long i = 0; i < kHundredK; ++i) {
-    kaf_dd a = g.dd_pos(-20, 20);
-    double la = std::fabs(std::log(a.hi)) + 1e-3;
-    kaf_dd b = g.range(-40.0 / la, 40.0 / la);
+  for (long i = 0; i < kTenK; ++i) {
+    double n = std::ldexp(g.unit(), g.expo(31, 52));
+    n = std::floor(n);
+    if (g.coin()) n = -n;
+    double e = std::ldexp(g.unit(), -g.expo(std::max(1, std::ilogb(std::fabs(n)) - 9), 60));
+    kaf_dd a = __KAFf90_dd_PLUS_d(kaf_dd{1.0, 0.0}, g.coin() ? e : -e);
+    kaf_dd b{n, 0.0};
     kaf_dd r = __KAFf90_dd_pow_dd(a, b);
     set_dd(ma, a);
     set_dd(mb, b);
     mpfr_pow(mr, ma, mb, MPFR_RNDN);
-    w.note(err_units(r, mr), show(a) + show(b));
+    if (mpfr_cmp_d(mr, 0x1p-966) < 0 || mpfr_cmp_d(mr, 0x1p1009) > 0) continue;
+    w.note(err_units(r, mr), show(a) + " ** " + show(b));
   }
-  EXPECT_LE(w.err, 24.0) << w.where;
+  EXPECT_LE(w.err, 3.0) << w.where;
   RecordProperty("worst_units", std::to_string(w.err));
 }
 
@@ -423,23 +471,50 @@ TEST(DdFunc, LogGammaAccuracy) {
 }
 
 TEST(DdFunc, LogGammaOfNegativeArguments) {
-  // log|GAMMA(x)| = log(pi / |x sin(pi x)|) - log GAMMA(-x): where the two
-  // terms cancel (between the poles, next to them) the error is bounded
-  // against the size of the terms, max(1, |log GAMMA(-x)|), not the result.
-  Gen g(88);
+  // log|GAMMA(x)| = log(pi / |x sin(pi x)|) - log GAMMA(-x): the two terms
+  // cancel next to the zeros of LOG_GAMMA (two between each pair of poles
+  // from -2 down), so the error there is absolute. On (-19, -2) the terms
+  // are kept below about 1 and the error is bounded by 8 units of 2^-106
+  // times max(1, |result|); beyond, by 8 units times the size of the
+  // terms, max(1, |log GAMMA(-x)|).
+  auto between = [](double lo, double hi) {
+    return [lo, hi](Gen &g) {
+      // Half the arguments next to a pole, half anywhere between.
+      if (g.coin()) return g.range(lo, hi);
+      double k = std::floor(g.uniform(-hi, -lo));
+      double d = std::ldexp(g.unit(), g.expo(-60, -3));
+      return __KAFf90_dd_PLUS_d(kaf_dd{-k, 0.0}, g.coin() ? d : -d);
+    };
+  };
+  struct Family {
+    const char *name;
+    std::function<kaf_dd(Gen &)> gen;
+    bool terms;  // bounded against the terms rather than the result
+  };
+  const Family families[] = {
+      {"(-19, -2)", between(-19, -2), false},
+      {"(-2, 0)", between(-2, -0.01), false},
+      {"(-160, -19)", between(-160, -19), true},
+  };
   Big mx, mr(320);
-  Worst w;
-  for (long i = 0; i < kTenK / 2; ++i) {
-    kaf_dd x = (i % 2) ? g.range(-30, -0.01) : near_pole()(g);
-    kaf_dd r = __KAFf90_log_gamma_dd(x);
-    set_dd(mx, x);
-    int sign;
-    mpfr_lgamma(mr, &sign, mx, MPFR_RNDN);
-    double scale = std::max({1.0, std::fabs(mpfr_get_d(mr, MPFR_RNDN)), std::fabs(std::lgamma(-x.hi))});
-    w.note(err_units_abs(r, mr, scale), show(x) + " -> " + show(r));
+  double worst = 0;
+  for (std::size_t f = 0; f < std::size(families); ++f) {
+    Gen g(88 + f);
+    Worst w;
+    for (long i = 0; i < kTenK / 2; ++i) {
+      kaf_dd x = families[f].gen(g);
+      if (x.hi == std::floor(x.hi) && x.lo == 0.0) continue;
+      kaf_dd r = __KAFf90_log_gamma_dd(x);
+      set_dd(mx, x);
+      int sign;
+      mpfr_lgamma(mr, &sign, mx, MPFR_RNDN);
+      double size = families[f].terms ? std::fabs(std::lgamma(-x.hi)) : std::fabs(mpfr_get_d(mr, MPFR_RNDN));
+      w.note(err_units_abs(r, mr, std::max(1.0, size)), show(x) + " -> " + show(r));
+    }
+    EXPECT_LE(w.err, 8.0) << families[f].name << ": " << w.where;
+    worst = std::max(worst, w.err);
   }
-  EXPECT_LE(w.err, 8.0) << w.where;
-  RecordProperty("worst_units", std::to_string(w.err));
+  RecordProperty("worst_units", std::to_string(worst));
 }
 
 TEST(DdFunc, GammaPolesAndSpecials) {
@@ -617,6 +692,64 @@ TEST(DdFunc, BesselYAccuracy) {
   RecordProperty("worst_units", std::to_string(std::max({w0.err, w1.err, wn.err})));
   RecordProperty("worst_y0", std::to_string(w0.err));
   RecordProperty("worst_y1", std::to_string(w1.err));
+}
+
+TEST(DdFunc, BesselNextToTheirZeros) {
+  // J0, J1, Y0 and Y1 next to each of their zeros z below 40.5, from
+  // min(1/4, z/24) away down to 2^-100 (the nearest double-doubles): the
+  // error is relative there, where the general methods only keep it
+  // against the size of the oscillation.
+  using MpBessel = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+  struct Fn {
+    const char *name;
+    kaf_dd (*f)(kaf_dd);
+    MpBessel ref;
+  };
+  const Fn fns[] = {{"J0", __KAFf90_bessel_j0_dd, mpfr_j0},
+                    {"J1", __KAFf90_bessel_j1_dd, mpfr_j1},
+                    {"Y0", __KAFf90_bessel_y0_dd, mpfr_y0},
+                    {"Y1", __KAFf90_bessel_y1_dd, mpfr_y1}};
+  Big lo(400), hi(400), mid(400), flo(400), fm(400), mx(400), mr(320);
+  double worst = 0;
+  for (const Fn &fn : fns) {
+    // The zeros, to 2^-150, by bisection between sign changes.
+    std::vector<kaf_dd> zdd;
+    auto sgn = [](mpfr_ptr v) { return mpfr_sgn(v); };
+    for (double a = 0.5; a < 40.5; a += 0.125) {
+      mpfr_set_d(lo, a, MPFR_RNDN);
+      mpfr_set_d(hi, a + 0.125, MPFR_RNDN);
+      fn.ref(flo, lo, MPFR_RNDN);
+      fn.ref(fm, hi, MPFR_RNDN);
+      if (sgn(flo) * sgn(fm) > 0) continue;
+      for (int it = 0; it < 150; ++it) {
+        mpfr_add(mid, lo, hi, MPFR_RNDN);
+        mpfr_div_2ui(mid, mid, 1, MPFR_RNDN);
+        fn.ref(fm, mid, MPFR_RNDN);
+        if (sgn(fm) * sgn(flo) > 0) {
+          mpfr_set(lo, mid, MPFR_RNDN);
+        } else {
+          mpfr_set(hi, mid, MPFR_RNDN);
+        }
+      }
+      zdd.push_back(get_dd(mid));
+    }
+    Gen g(95);
+    Worst w;
+    for (long i = 0; i < kTenK / 4; ++i) {
+      kaf_dd z = zdd[g.rng() % zdd.size()];
+      double reach = 0.99 * std::min(0.25, z.hi / 24.0);  // inside the series' reach
+      double t = std::ldexp(g.unit(), g.expo(-100, -3)) * 0.5;
+      if (t > reach) t = reach;
+      kaf_dd x = __KAFf90_dd_PLUS_d(z, g.coin() ? t : -t);
+      kaf_dd r = fn.f(x);
+      set_dd(mx, x);
+      fn.ref(mr, mx, MPFR_RNDN);
+      w.note(err_units(r, mr), show(x));
+    }
+    EXPECT_LE(w.err, 6.0) << fn.name << ": " << w.where;
+    worst = std::max(worst, w.err);
+  }
+  RecordProperty("worst_units", std::to_string(worst));
 }
 
 TEST(DdFunc, BesselYSpecialsAndRange) {

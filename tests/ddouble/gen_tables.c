@@ -44,6 +44,87 @@ static void put_chunks(mpfr_t v, int n, int bits, int last_bits) {
   mpfr_clears(t, c, (mpfr_ptr)0);
 }
 
+/* The Taylor coefficients a[1..n] of the Bessel function of order nu (0 or
+ * 1) about its zero z, a[1] the derivative there: from x^2 y'' + x y' +
+ * (x^2 - nu^2) y = 0 with x = z + t, the coefficient of t^k gives
+ * z^2 (k+2)(k+1) a[k+2] = -(z (k+1)(2k+1) a[k+1] + (k^2 + z^2 - nu^2) a[k]
+ *                          + 2z a[k-1] + a[k-2]). */
+#define BZ_TERMS 24
+static void bessel_taylor(mpfr_t z, int nu, mpfr_t a1, mpfr_t *a) {
+  mpfr_t t, u, z2;
+  mpfr_inits2(PREC, t, u, z2, (mpfr_ptr)0);
+  mpfr_sqr(z2, z, MPFR_RNDN);
+  for (int k = 0; k <= BZ_TERMS; ++k) mpfr_set_ui(a[k], 0, MPFR_RNDN);
+  mpfr_set(a[1], a1, MPFR_RNDN);
+  for (int k = 0; k + 2 <= BZ_TERMS; ++k) {
+    mpfr_mul_ui(t, z, (unsigned long)((k + 1) * (2 * k + 1)), MPFR_RNDN);
+    mpfr_mul(t, t, a[k + 1], MPFR_RNDN);
+    mpfr_add_ui(u, z2, (unsigned long)(k * k), MPFR_RNDN);
+    mpfr_sub_ui(u, u, (unsigned long)(nu * nu), MPFR_RNDN);
+    mpfr_mul(u, u, a[k], MPFR_RNDN);
+    mpfr_add(t, t, u, MPFR_RNDN);
+    if (k >= 1) {
+      mpfr_mul(u, z, a[k - 1], MPFR_RNDN);
+      mpfr_mul_2ui(u, u, 1, MPFR_RNDN);
+      mpfr_add(t, t, u, MPFR_RNDN);
+    }
+    if (k >= 2) mpfr_add(t, t, a[k - 2], MPFR_RNDN);
+    mpfr_mul_ui(u, z2, (unsigned long)((k + 2) * (k + 1)), MPFR_RNDN);
+    mpfr_div(t, t, u, MPFR_RNDN);
+    mpfr_neg(a[k + 2], t, MPFR_RNDN);
+  }
+  mpfr_clears(t, u, z2, (mpfr_ptr)0);
+}
+
+/* Zeros below 40.5 of J0, J1, Y0 or Y1 (which = 0..3), each with its
+ * Taylor coefficients. */
+static void put_bessel_zeros(const char *name, int which) {
+  int (*f[4])(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t) = {mpfr_j0, mpfr_j1, mpfr_y0, mpfr_y1};
+  int nu = which & 1;
+  mpfr_t lo, hi, mid, flo, fm, d, a[BZ_TERMS + 1];
+  mpfr_inits2(PREC, lo, hi, mid, flo, fm, d, (mpfr_ptr)0);
+  for (int k = 0; k <= BZ_TERMS; ++k) mpfr_init2(a[k], PREC);
+  printf("inline constexpr bessel_zero %s[] = {\n", name);
+  for (double x = 0.5; x < 40.5; x += 0.125) {
+    mpfr_set_d(lo, x, MPFR_RNDN);
+    mpfr_set_d(hi, x + 0.125, MPFR_RNDN);
+    f[which](flo, lo, MPFR_RNDN);
+    f[which](fm, hi, MPFR_RNDN);
+    if (mpfr_sgn(flo) * mpfr_sgn(fm) > 0) continue;
+    for (int it = 0; it < 300; ++it) {  /* bisection to 2^-300 */
+      mpfr_add(mid, lo, hi, MPFR_RNDN);
+      mpfr_div_2ui(mid, mid, 1, MPFR_RNDN);
+      f[which](fm, mid, MPFR_RNDN);
+      if (mpfr_sgn(fm) * mpfr_sgn(flo) > 0) {
+        mpfr_set(lo, mid, MPFR_RNDN);
+        mpfr_set(flo, fm, MPFR_RNDN);
+      } else {
+        mpfr_set(hi, mid, MPFR_RNDN);
+      }
+    }
+    /* the derivative at the zero: J0' = -J1, J1' = J0 - J1/z = J0, and
+     * likewise for Y */
+    if (which == 0) mpfr_j1(d, mid, MPFR_RNDN), mpfr_neg(d, d, MPFR_RNDN);
+    if (which == 1) mpfr_j0(d, mid, MPFR_RNDN);
+    if (which == 2) mpfr_y1(d, mid, MPFR_RNDN), mpfr_neg(d, d, MPFR_RNDN);
+    if (which == 3) mpfr_y0(d, mid, MPFR_RNDN);
+    bessel_taylor(mid, nu, d, a);
+    /* the zero in four parts: next to it the result is x - z times the
+     * derivative, and x - z may be as small as 2^-106 x */
+    printf("    {{");
+    mpfr_set(d, mid, MPFR_RNDN);
+    for (int k = 0; k < 4; ++k) {
+      double c = mpfr_get_d(d, MPFR_RNDN);
+      printf("%a%s", c, k < 3 ? ", " : "},\n     {");
+      mpfr_sub_d(d, d, c, MPFR_RNDN);
+    }
+    for (int k = 1; k <= BZ_TERMS; ++k) put_dd(a[k], k < BZ_TERMS ? (k % 3 ? ", " : ",\n      ") : "}},\n");
+  }
+  printf("};\n\n");
+  mpfr_clears(lo, hi, mid, flo, fm, d, (mpfr_ptr)0);
+  for (int k = 0; k <= BZ_TERMS; ++k) mpfr_clear(a[k]);
+}
+
 int main(void) {
   mpfr_t v, w, pi;
   mpfr_inits2(PREC, v, w, pi, (mpfr_ptr)0);
@@ -273,7 +354,16 @@ int main(void) {
     printf("    0x%016llxULL,\n", (unsigned long long)word);
     mpfr_clear(ip);
   }
-  printf("};\n\n} // namespace kafdd::tab\n");
+  printf("};\n\n");
+  printf("// Zeros z below 40.5 of J0, J1, Y0 and Y1 (four parts) with the Taylor\n");
+  printf("// coefficients a[1..%d] of the function about each (a[0] = 0 is left out).\n", BZ_TERMS);
+  printf("inline constexpr int bessel_zero_terms = %d;\n", BZ_TERMS);
+  printf("struct bessel_zero { double z[4]; dd2 a[%d]; };\n", BZ_TERMS);
+  put_bessel_zeros("bessel_zeros_j0", 0);
+  put_bessel_zeros("bessel_zeros_j1", 1);
+  put_bessel_zeros("bessel_zeros_y0", 2);
+  put_bessel_zeros("bessel_zeros_y1", 3);
+  printf("} // namespace kafdd::tab\n");
   mpfr_clears(v, w, pi, (mpfr_ptr)0);
   return 0;
 }
