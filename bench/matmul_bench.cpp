@@ -197,6 +197,14 @@ template <typename T> T value(double x) {
     return T{static_cast<decltype(T::re)>(x), static_cast<decltype(T::re)>(0.5 * x)};
 }
 
+// 1 (with a zero imaginary part for the complex kinds) and 0.
+template <typename T> T exactly(double x) {
+  if constexpr (std::is_floating_point_v<T>)
+    return static_cast<T>(x);
+  else
+    return T{static_cast<decltype(T::re)>(x), 0};
+}
+
 struct shape {
   int m, n, k;
 };
@@ -211,7 +219,7 @@ template <typename T> void run(const shape &s, int rounds) {
   };
   for (auto &x : a) x = value<T>(rnd());
   for (auto &x : b) x = value<T>(rnd());
-  const T alpha = value<T>(1), beta = value<T>(0);
+  const T alpha = exactly<T>(1), beta = exactly<T>(0);
   const double work = K::flops * double(s.m) * s.n * s.k;
   // Enough calls per timing to last about 30 ms: short timings, many
   // rounds, best of each, so that a shared machine's interruptions drop out.
@@ -245,7 +253,7 @@ template <typename T> void ours_only(const shape &s, int rounds) {
   std::vector<T> a(size_t(s.m) * s.k), b(size_t(s.k) * s.n), c(size_t(s.m) * s.n);
   for (size_t i = 0; i < a.size(); ++i) a[i] = value<T>(double(i % 17) / 16 - 0.5);
   for (size_t i = 0; i < b.size(); ++i) b[i] = value<T>(double(i % 13) / 12 - 0.5);
-  const T alpha = value<T>(1), beta = value<T>(0);
+  const T alpha = exactly<T>(1), beta = exactly<T>(0);
   const double work = K::flops * double(s.m) * s.n * s.k;
   int reps = std::max(1, int(0.03 / (work / 40e9)));
   double best = 1e30;
