@@ -28,7 +28,8 @@ namespace kaf_gemm {
 
 // The first tail lanes at p (the others zero) and their store, through the
 // unit's lane masks; instantiated only for units that have them (Masked).
-template <class V, bool Masked> inline typename V::R load_part(const typename V::Real *p, int tail) {
+template <class V, bool Masked>
+inline typename V::R load_part(const typename V::Real *p, int tail) {
   if constexpr (Masked)
     return V::loadm(p, tail);
   else
