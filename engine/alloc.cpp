@@ -1,7 +1,7 @@
 // The storage allocator. Small blocks (up to 128 KiB) come from 1 MiB spans
-// of one size class owned by one thread; the record of every block (a live
-// bit, a freed-by-another-thread bit, a release count and the exact size) sits
-// in a side table beside the span, never in the user's memory. Large blocks
+// of one size class owned by one thread; the record of every block (whether
+// it is live, the exact size asked for and a count of its releases) sits in
+// a side table beside the span, never in the user's memory. Large blocks
 // come straight from the page layer, coloured by kind, with a record each.
 // Every release is checked against those records before anything changes.
 #include "engine/alloc.h"
@@ -11,9 +11,11 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
+#include "engine/alloc_classes.h"
 #include "kafrts/engine.h"
 #include "kafrts/memory.h"
 #include "kafrts/runtime.h"
@@ -24,122 +26,97 @@ namespace {
 using namespace kaf::pages;
 constexpr auto relaxed = std::memory_order_relaxed;
 
-// ---- Size classes ------------------------------------------------------
-// 16-byte steps to 128, then four classes per power of two to 128 KiB: the
-// rounding wastes at most a fifth of a block.
-constexpr size_t small_max = size_t{128} << 10;
-constexpr unsigned num_classes = 48;
-
-constexpr std::array<uint32_t, num_classes> make_class_sizes() {
-  std::array<uint32_t, num_classes> t{};
-  for (unsigned c = 0; c < 8; ++c) t[c] = 16 * (c + 1);
-  for (unsigned k = 7, c = 8; k < 17; ++k)
-    for (unsigned sub = 1; sub <= 4; ++sub) t[c++] = (1u << k) + sub * (1u << (k - 2));
-  return t;
-}
-constexpr std::array<uint32_t, num_classes> class_size = make_class_sizes();
-static_assert(class_size[num_classes - 1] == small_max);
-
-// The class of each size up to 1 KiB in 16-byte steps, by table.
-constexpr unsigned direct_max = 1024;
-constexpr unsigned class_by_table(size_t size) {
-  unsigned c = 0;
-  while (class_size[c] < size) ++c;
-  return c;
-}
-constexpr std::array<uint8_t, direct_max / 16> make_direct() {
-  std::array<uint8_t, direct_max / 16> t{};
-  for (unsigned k = 0; k < direct_max / 16; ++k)
-    t[k] = static_cast<uint8_t>(class_by_table(16 * (k + 1)));
-  return t;
-}
-constexpr std::array<uint8_t, direct_max / 16> direct_class = make_direct();
-
-// needs 0 < size <= small_max
-inline unsigned class_of(size_t size) {
-  if (size <= direct_max) return direct_class[(size - 1) >> 4];
-  const unsigned k = 63 - static_cast<unsigned>(std::countl_zero(uint64_t(size - 1)));
-  return 8 + (k - 7) * 4 + static_cast<unsigned>((size - 1 - (size_t{1} << k)) >> (k - 2));
-}
-static_assert(class_by_table(1025) == 20 && class_size[20] == 1280);
-
 // The address of every zero-byte block: never a block address (odd), and
 // recognised by every release.
 constexpr uintptr_t zero_size_marker = 0xFFFFFFFFu;
 
 // ---- Spans ---------------------------------------------------------------
-constexpr unsigned span_shift = 20;  // 1 MiB, aligned to its size
-constexpr size_t span_bytes = size_t{1} << span_shift;
-
 struct heap;
 
 struct span {
-  uintptr_t base;  // block 0, the start of the span
-  heap *owner;     // the heap whose thread allocates from the span
-  uint32_t cls, block_size, nblocks, nwords;
-  uint32_t free_count;              // owner only: blocks not live
-  uint32_t hint;                    // owner only: no free block in a word below this
-  span *next;                       // owner's list of spans of the class
-  std::atomic<uint64_t> *live;      // bit set: block handed out
-  std::atomic<uint64_t> *remote;    // bit set: released by another thread
-  std::atomic<uint16_t> *slack;     // per block: block_size - size asked for
-  std::atomic<uint16_t> *released;  // per block: releases so far (wrapping, never 0 again)
+  uintptr_t base;      // block 0, the start of the span
+  heap *owner;         // the heap whose thread allocates from the span
+  uint32_t cls;        // size class
+  uint32_t free_count; // owner only, while the span is not current: blocks not live
+  uint32_t hint;       // owner only, likewise: no free block in a live word below this
+  span *next;          // owner's list of spans of the class
   // Written by other threads; kept off the owner's line.
   alignas(64) std::atomic<uint32_t> remote_count;  // releases not yet drained
-  // The bitmaps and the per-block words follow the header (the pointers
-  // above point there); the hot paths find them from the class alone.
 };
-static_assert(sizeof(span) % 64 == 0);
+static_assert(sizeof(span) == 128);
 
-// Layout of a span of each class, so that the hot paths need no load from
-// the span header to find a block.
-constexpr std::array<uint32_t, num_classes> make_blocks() {
-  std::array<uint32_t, num_classes> t{};
-  for (unsigned c = 0; c < num_classes; ++c)
-    t[c] = static_cast<uint32_t>(span_bytes / class_size[c]);
-  return t;
-}
-constexpr std::array<uint32_t, num_classes> class_blocks = make_blocks();
-constexpr std::array<uint32_t, num_classes> make_words() {
-  std::array<uint32_t, num_classes> t{};
-  for (unsigned c = 0; c < num_classes; ++c) t[c] = (class_blocks[c] + 63) / 64;
-  return t;
-}
-constexpr std::array<uint32_t, num_classes> class_words = make_words();
-// Block index = (offset * reciprocal) >> 40, exact for offsets below 2^20
-// and block sizes below 2^20: the error of the rounded-up reciprocal stays
-// under 2^-20, less than 1/block size.
-constexpr std::array<uint64_t, num_classes> make_reciprocals() {
-  std::array<uint64_t, num_classes> t{};
-  for (unsigned c = 0; c < num_classes; ++c)
-    t[c] = ((uint64_t{1} << 40) + class_size[c] - 1) / class_size[c];
-  return t;
-}
-constexpr std::array<uint64_t, num_classes> class_reciprocal = make_reciprocals();
+// The rest of a span's record follows its header at the same offsets
+// whatever the class, so that the hot paths find every part by adding a
+// constant:
+// - the live bitmap, one bit per block, set while the block is handed out,
+//   or kept aside by its heap, or released by another thread and not yet
+//   taken back (owner only); bits past the last block are always set;
+// - the remote bitmap: blocks released by another thread, not yet taken
+//   back by the owner;
+// - the size word of each block, and one more, always 0, for the address
+//   just past the last block: 0 while the block is not live, else
+//   1 + (block size - size asked for);
+// - the release count of each block: 0 while never released, then 32769
+//   to 65535 and 32768 in turn (the top bit marks "released at least
+//   once"; the other 15 bits tell one release from the next).
+//
+// Records and heaps start on page boundaries. The parts that one ALLOCATE
+// and DEALLOCATE store to and load from (span header, first live words,
+// first size words and counts, the heap's class entries) are placed so that
+// their addresses differ in bits 0 to 11: a load whose address matches a
+// pending store's in those bits alone waits for that store as if they
+// overlapped.
+constexpr size_t live_at = sizeof(span);
+constexpr size_t remote_at = live_at + max_words * sizeof(uint64_t);
+constexpr size_t sizes_at = remote_at + max_words * sizeof(uint64_t) + 0x380;
+constexpr size_t counts_at = sizes_at + (max_blocks + 1) * sizeof(uint16_t) + 0x1FE;
+constexpr size_t record_bytes_max = counts_at + max_blocks * sizeof(uint16_t);
+static_assert(sizes_at % page_size == 0x400 && counts_at % page_size == 0x600);
 
-inline std::atomic<uint64_t> *live_of(span *s) {
-  return reinterpret_cast<std::atomic<uint64_t> *>(s + 1);
+inline uint64_t *live_of(span *s) {
+  return reinterpret_cast<uint64_t *>(reinterpret_cast<char *>(s) + live_at);
 }
-inline std::atomic<uint64_t> *remote_of(span *s, unsigned cls) {
-  return live_of(s) + class_words[cls];
+inline std::atomic<uint64_t> *remote_of(span *s) {
+  return reinterpret_cast<std::atomic<uint64_t> *>(reinterpret_cast<char *>(s) + remote_at);
 }
-inline std::atomic<uint16_t> *slack_of(span *s, unsigned cls) {
-  return reinterpret_cast<std::atomic<uint16_t> *>(remote_of(s, cls) + class_words[cls]);
+inline std::atomic<uint16_t> *sizes_of(const span *s) {
+  return reinterpret_cast<std::atomic<uint16_t> *>(
+      reinterpret_cast<char *>(const_cast<span *>(s)) + sizes_at);
 }
-inline std::atomic<uint16_t> *released_of(span *s, unsigned cls) {
-  return slack_of(s, cls) + class_blocks[cls];
+inline std::atomic<uint16_t> *counts_of(const span *s) {
+  return reinterpret_cast<std::atomic<uint16_t> *>(
+      reinterpret_cast<char *>(const_cast<span *>(s)) + counts_at);
 }
+// The size word of a block of class cls, live with size bytes.
+inline uint16_t size_word(unsigned cls, size_t size) {
+  return static_cast<uint16_t>(class_size[cls] - size + 1);
+}
+// The count after one more release: never 0 again.
+inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>((n + 1) | 0x8000); }
 
-// A thread's heap. The free count and search hint of each class's current
-// span live here rather than in the span, one load nearer the allocating
-// thread; the span's own fields hold them while it is not current.
+// A thread's heap: per class, the span it allocates from, the span's first
+// block, the free count and search hint of that span's live bitmap (held
+// here rather than in the span while it is current, one load nearer the
+// allocating thread), and the block of that span last released by the
+// thread, kept aside (its live bit still set) for the next request of the
+// class. The kept block makes a loop of ALLOCATE and DEALLOCATE one load
+// and one store of this entry, and hands out the block most likely to be
+// in the cache.
+struct heap_class {
+  span *current;
+  uintptr_t base;
+  uint32_t free;
+  uint32_t hint;
+  uintptr_t kept;  // 0: none
+};
+static_assert(sizeof(heap_class) == 32);
+
 struct heap {
-  span *current[num_classes];
-  uint32_t hint[num_classes];
-  uint32_t free[num_classes];
   span *spans[num_classes];
   heap *next_abandoned;
+  alignas(2048) heap_class cls[num_classes];  // at 0x800 to 0xDFF in its page
 };
+static_assert(offsetof(heap, cls) == 0x800 && sizeof(heap) <= page_size);
 
 // Everything below that is not per-thread changes under this lock: the page
 // layer, span and heap creation, large blocks.
@@ -158,6 +135,7 @@ __thread heap *my_heap __attribute__((tls_model("initial-exec")));
 constexpr size_t arena_bytes = size_t{256} << 30;
 constexpr size_t arena_spans = arena_bytes >> span_shift;
 constexpr size_t record_stride = size_t{512} << 10;  // the largest record, rounded up
+static_assert(record_bytes_max <= record_stride);
 std::atomic<uintptr_t> arena_base;
 std::atomic<uintptr_t> record_base;
 std::atomic<size_t> arena_used;
@@ -168,10 +146,11 @@ inline span *span_at(uintptr_t record_base_value, size_t index) {
 }
 
 inline span *span_of(uintptr_t a) {
-  const uintptr_t off = a - arena_base.load(relaxed);
-  if (off >= arena_bytes || (off >> span_shift) >= arena_used.load(std::memory_order_acquire))
-    return nullptr;
-  return span_at(record_base.load(relaxed), off >> span_shift);
+  const uintptr_t index = (a - arena_base.load(relaxed)) >> span_shift;
+  // arena_used never passes arena_spans, so an address outside the arena
+  // fails the comparison too.
+  if (index >= arena_used.load(std::memory_order_acquire)) return nullptr;
+  return span_at(record_base.load(relaxed), index);
 }
 
 heap *abandoned_heaps;
@@ -361,40 +340,31 @@ inline uint64_t last_byte(uintptr_t a, size_t n) { return a + (n ? n - 1 : 0); }
 }
 
 // ---- Small blocks ------------------------------------------------------------
-inline uint32_t index_in(const span *s, uintptr_t a) {
-  return static_cast<uint32_t>(((a - s->base) * class_reciprocal[s->cls]) >> 40);
-}
-inline uint32_t size_of(const span *s, uint32_t i) {
-  return s->block_size - s->slack[i].load(relaxed);
-}
-// The count of releases after one more: 1 to 65535, so that 0 keeps
-// meaning "never released".
-inline uint16_t next_release(uint16_t n) { return static_cast<uint16_t>(n == 0xFFFF ? 1 : n + 1); }
+inline uint32_t size_of(unsigned cls, uint16_t word) { return class_size[cls] - (word - 1u); }
 
 // What is wrong with releasing size bytes at a in span s (the fast path
 // found something).
 [[gnu::cold]] fault_info classify_small(const span *s, uintptr_t a, size_t size) {
   fault_info f{fault::not_ours, a, size};
+  const unsigned cls = s->cls;
   const uintptr_t off = a - s->base;
-  const uint32_t i = index_in(s, a);
-  if (i >= s->nblocks) return f;
-  const uint64_t bit = uint64_t{1} << (i & 63);
-  const uint16_t released = s->released[i].load(relaxed);
-  const bool live =
-      (s->live[i >> 6].load(relaxed) & bit) && !(s->remote[i >> 6].load(relaxed) & bit);
-  const uintptr_t block = s->base + uintptr_t{i} * s->block_size;
-  if (off != uintptr_t{i} * s->block_size) {
-    if (live) f = fault_info{fault::interior, a, size, block, size_of(s, i)};
+  const auto i = static_cast<uint32_t>(off / class_size[cls]);
+  if (i >= class_blocks[cls]) return f;
+  const uint16_t word = sizes_of(s)[i].load(relaxed);
+  const bool live = word != 0;
+  const uintptr_t block = s->base + uintptr_t{i} * class_size[cls];
+  if (a != block) {
+    if (live) f = fault_info{fault::interior, a, size, block, size_of(cls, word)};
     return f;
   }
   if (!live) {
-    if (released) {
+    if (const uint16_t released = counts_of(s)[i].load(relaxed)) {
       f.kind = fault::released;
       recall_site(a, released, f.site_file, f.site_line);
     }
     return f;
   }
-  return fault_info{fault::wrong_size, a, size, block, size_of(s, i)};
+  return fault_info{fault::wrong_size, a, size, block, size_of(cls, word)};
 }
 
 // needs h; null when no span can be had (the request then goes to the
@@ -422,29 +392,29 @@ span *new_span(heap *h, unsigned cls) {
   if (index == arena_limit) return nullptr;
   const uintptr_t base = arena_base.load(relaxed) + index * span_bytes;
   const uint32_t nblocks = class_blocks[cls];
-  const uint32_t nwords = class_words[cls];
-  const size_t record_bytes =
-      sizeof(span) + 2 * nwords * sizeof(uint64_t) + 2 * nblocks * sizeof(uint16_t);
-  static_assert(sizeof(span) + 2 * 1024 * 8 + 65536 * 4 <= record_stride);
+  const uint32_t nwords = (nblocks + 63) / 64;
+  // Header, bitmaps and size words (with the one past the end); then the
+  // counts.
+  auto round_up = [](size_t n) { return (n + page_size - 1) & ~(page_size - 1); };
   span *s = span_at(record_base.load(relaxed), index);
-  if (!commit(the_pages, s, (record_bytes + page_size - 1) & ~(page_size - 1),
-              colour_bookkeeping) ||
-      !commit(the_pages, reinterpret_cast<void *>(base), span_bytes, colour_span))
+  const size_t sizes_end = round_up(sizes_at + (nblocks + 1) * sizeof(uint16_t));
+  const size_t counts_page = counts_at & ~(page_size - 1);
+  const size_t counts_end = round_up(counts_at + nblocks * sizeof(uint16_t));
+  const bool recorded =
+      counts_page >= sizes_end
+          ? commit(the_pages, s, sizes_end, colour_bookkeeping) &&
+                commit(the_pages, reinterpret_cast<char *>(s) + counts_page,
+                       counts_end - counts_page, colour_bookkeeping)
+          : commit(the_pages, s, counts_end, colour_bookkeeping);
+  if (!recorded || !commit(the_pages, reinterpret_cast<void *>(base), span_bytes, colour_span))
     return nullptr;
   new (s) span{};
   s->base = base;
   s->owner = h;
   s->cls = cls;
-  s->block_size = class_size[cls];
-  s->nblocks = nblocks;
-  s->nwords = nwords;
   s->free_count = nblocks;
-  s->live = live_of(s);
-  s->remote = remote_of(s, cls);
-  s->slack = slack_of(s, cls);
-  s->released = released_of(s, cls);
   // Bits past the last block read as live forever, so never handed out.
-  if (nblocks % 64) s->live[nwords - 1].store(~uint64_t{0} << (nblocks % 64), relaxed);
+  if (nblocks % 64) live_of(s)[nwords - 1] = ~uint64_t{0} << (nblocks % 64);
   poison(base, span_bytes);
   s->next = h->spans[cls];
   h->spans[cls] = s;
@@ -452,13 +422,17 @@ span *new_span(heap *h, unsigned cls) {
   return s;
 }
 
-// Takes in the blocks that other threads released.
+// Takes in the blocks that other threads released (their words were
+// changed by those threads; only the live bits are left to clear).
 void drain(span *s) {
   s->remote_count.store(0, relaxed);
-  for (uint32_t w = 0; w < s->nwords; ++w) {
-    if (!s->remote[w].load(relaxed)) continue;
-    const uint64_t r = s->remote[w].exchange(0, std::memory_order_acquire);
-    s->live[w].store(s->live[w].load(relaxed) & ~r, relaxed);
+  uint64_t *live = live_of(s);
+  std::atomic<uint64_t> *remote = remote_of(s);
+  const uint32_t nwords = (class_blocks[s->cls] + 63) / 64;
+  for (uint32_t w = 0; w < nwords; ++w) {
+    if (!remote[w].load(relaxed)) continue;
+    const uint64_t r = remote[w].exchange(0, std::memory_order_acquire);
+    live[w] &= ~r;
     s->free_count += static_cast<uint32_t>(std::popcount(r));
   }
   s->hint = 0;
@@ -471,13 +445,13 @@ void abandon_heap(void *h) {
   my_heap = nullptr;
 }
 
-// The calling thread's heap: an abandoned one (its spans and their live
-// blocks come along) or a new one.
 // A child of fork must not inherit the lock held by a thread that does not
 // exist in it.
 void lock_before_fork() { pthread_mutex_lock(&big_lock); }
 void unlock_after_fork() { pthread_mutex_unlock(&big_lock); }
 
+// The calling thread's heap: an abandoned one (its spans and their live
+// blocks come along) or a new one.
 heap *adopt_heap() {
   lock_guard g;
   if (!heap_key_made) {
@@ -495,15 +469,20 @@ heap *adopt_heap() {
   return h;
 }
 
-// The current span of the class is full: take in what other threads
-// released, else move to another span of the heap with room, else a new one.
-[[gnu::noinline]] span *refill(unsigned cls) {
+// The current span of the class is full (or there is none): take in what
+// other threads released, else move to another span of the heap with room,
+// else a new one. False when no span can be had.
+[[gnu::noinline]] bool refill(unsigned cls) {
   heap *h = my_heap ? my_heap : adopt_heap();
-  if (!h) return nullptr;
-  span *s = h->current[cls];
+  if (!h) return false;
+  heap_class &hc = h->cls[cls];
+  // An adopted heap may have room already. (A kept block always belongs
+  // to the current span, which therefore never changes while one is kept.)
+  if (hc.kept || hc.free) return true;
+  span *s = hc.current;
   if (s) {
-    s->free_count = h->free[cls];
-    s->hint = h->hint[cls];
+    s->free_count = hc.free;
+    s->hint = hc.hint;
     if (s->remote_count.load(relaxed)) drain(s);
   }
   if (!s || !s->free_count) {
@@ -511,38 +490,54 @@ heap *adopt_heap() {
       if (s->remote_count.load(relaxed)) drain(s);
       if (s->free_count) break;
     }
-    if (!s && !(s = new_span(h, cls))) return nullptr;
+    if (!s && !(s = new_span(h, cls))) return false;
   }
-  h->current[cls] = s;
-  h->free[cls] = s->free_count;
-  h->hint[cls] = s->hint;
-  return s;
+  hc.current = s;
+  hc.base = s->base;
+  hc.free = s->free_count;
+  hc.hint = s->hint;
+  return true;
 }
 
 void *take_large(size_t size, unsigned char colour, bool zero);
+[[gnu::noinline]] void *take_refilled(size_t size, unsigned char colour, bool zero);
 
+// needs 0 < size <= small_max
 [[gnu::always_inline]] inline void *take_small(size_t size, unsigned char colour, bool zero) {
-  const unsigned cls = class_of(size);
+  const class_facts &f = facts_of(size);
+  const unsigned cls = f.cls;
   heap *h = my_heap;
-  span *s = h ? h->current[cls] : nullptr;
-  if (__builtin_expect(!s || h->free[cls] == 0, 0)) {
-    if (!(s = refill(cls))) return take_large(size, colour, zero);
-    h = my_heap;
+  if (__builtin_expect(!h, 0)) return take_refilled(size, colour, zero);
+  heap_class &hc = h->cls[cls];
+  uintptr_t a = hc.kept;
+  uint32_t i;
+  if (a) {
+    hc.kept = 0;
+    i = static_cast<uint32_t>(((a - hc.base) * f.reciprocal) >> reciprocal_shift);
+  } else {
+    // A class with no current span has a free count of 0.
+    if (__builtin_expect(hc.free == 0, 0)) return take_refilled(size, colour, zero);
+    uint64_t *live = live_of(hc.current);
+    uint32_t w = hc.hint;
+    uint64_t bits;
+    while ((bits = live[w]) == ~uint64_t{0}) ++w;
+    const unsigned b = static_cast<unsigned>(std::countr_one(bits));
+    live[w] = bits | (uint64_t{1} << b);
+    hc.hint = w;
+    --hc.free;
+    i = w * 64 + b;
+    a = hc.base + uintptr_t{i} * f.size;
   }
-  std::atomic<uint64_t> *live = live_of(s);
-  uint32_t w = h->hint[cls];
-  uint64_t bits;
-  while ((bits = live[w].load(relaxed)) == ~uint64_t{0}) ++w;
-  const unsigned b = static_cast<unsigned>(std::countr_one(bits));
-  live[w].store(bits | (uint64_t{1} << b), relaxed);
-  h->hint[cls] = w;
-  --h->free[cls];
-  const uint32_t i = w * 64 + b;
-  slack_of(s, cls)[i].store(static_cast<uint16_t>(class_size[cls] - size), relaxed);
-  void *p = reinterpret_cast<void *>(s->base + uintptr_t{i} * class_size[cls]);
+  sizes_of(hc.current)[i].store(static_cast<uint16_t>(f.size - size + 1), relaxed);
+  void *p = reinterpret_cast<void *>(a);
   unpoison(p, size);
   if (zero) std::memset(p, 0, size);
   return p;
+}
+
+void *take_refilled(size_t size, unsigned char colour, bool zero) {
+  if (!refill(class_of(size))) return take_large(size, colour, zero);
+  return take_small(size, colour, zero);
 }
 
 // ---- Large blocks: take and release ----------------------------------------
@@ -553,13 +548,21 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
   bool fresh = false;  // a new mapping is zero already
   {
     lock_guard g;
+    // A kept block of the same page count, of the same kind if there is one
+    // (its pages past the first need no new colour then), the most recent
+    // first.
+    unsigned found = kept_max;
     for (unsigned k = kept_count; k-- > 0;) {
-      large_record *r = find_large(kept[k]);
+      const large_record *r = find_large(kept[k]);
       if (r->bytes != bytes) continue;
-      p = reinterpret_cast<void *>(kept[k]);
-      std::memmove(kept + k, kept + k + 1, (--kept_count - k) * sizeof(uintptr_t));
-      set_colour(the_pages, p, bytes, colour);
-      break;
+      if (found == kept_max || r->colour == colour) found = k;
+      if (r->colour == colour) break;
+    }
+    if (found != kept_max) {
+      const large_record *r = find_large(kept[found]);
+      p = reinterpret_cast<void *>(kept[found]);
+      set_colour(the_pages, p, r->colour == colour ? page_size : bytes, colour);
+      std::memmove(kept + found, kept + found + 1, (--kept_count - found) * sizeof(uintptr_t));
     }
     if (!p) {
       if (!(p = getmem(the_pages, bytes, colour))) return nullptr;
@@ -581,17 +584,20 @@ void *take_large(size_t size, unsigned char colour, bool zero) {
 // Null with f filled when it is faulty.
 large_record *check_large(uintptr_t a, size_t size, fault_info &f) {
   f = fault_info{fault::not_ours, a, size};
-  const int colour = pagecolour(the_pages, reinterpret_cast<void *>(a), 1);
   large_record *r = find_large(a);
-  switch (colour) {
+  // A live record at the address is the block (its pages have its kind's
+  // colour by construction); anything else is classified by the colour.
+  if (r && r->state == state_live) {
+    if (r->size == size) return r;
+    f = fault_info{fault::wrong_size, a, size, r->address, r->size};
+    return nullptr;
+  }
+  switch (pagecolour(the_pages, reinterpret_cast<void *>(a), 1)) {
     case colour_temporary:
     case colour_pointer:
     case colour_allocatable:
-      if (r && r->state == state_live) {
-        if (r->size == size) return r;
-        f = fault_info{fault::wrong_size, a, size, r->address, r->size};
-        return nullptr;
-      }
+      // Inside a live block, or inside a kept one past its first page
+      // (which counts as never handed out).
       for (size_t i = 0; i < large_cap; ++i) {
         const large_record &c = large_table[i];
         if (c.address && c.state == state_live && c.address < a && a < c.address + c.bytes) {
@@ -602,7 +608,7 @@ large_record *check_large(uintptr_t a, size_t size, fault_info &f) {
       return nullptr;
     case colour_returned:
     case colour_kept:
-      if (r && r->state != state_live) {
+      if (r) {
         f.kind = fault::released;
         f.site_file = r->site_file;
         f.site_line = r->site_line;
@@ -626,7 +632,11 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
       old->state = state_returned;
       std::memmove(kept, kept + 1, --kept_count * sizeof(uintptr_t));
     }
-    set_colour(the_pages, reinterpret_cast<void *>(r->address), r->bytes, colour_kept);
+    // Only the first page says the block is kept: the others keep the
+    // colour of the kind it served (recorded in r) until it is handed out
+    // again or returned. Recolouring a 16 MiB block both ways would cost
+    // twice 4,096 bytes of colours per ALLOCATE/DEALLOCATE pair.
+    set_colour(the_pages, reinterpret_cast<void *>(r->address), page_size, colour_kept);
     r->state = state_kept;
     kept[kept_count++] = r->address;
     return;
@@ -635,109 +645,134 @@ void give_back_large(large_record *r, const char *file, int32_t line) {
   r->state = state_returned;
 }
 
-[[gnu::noinline]] void release_large(uintptr_t a, size_t size, const char *file, int32_t line,
-                                     bool lform) {
+// Who releases: the source file and line of an l-form (lform set), or
+// nothing. Passed by reference, so that the slow paths of a release take
+// few enough arguments to be reached by a jump.
+struct caller {
+  const char *file;
+  int32_t line;
+  bool lform;
+};
+constexpr caller unlocated{nullptr, 0, false};
+
+[[gnu::noinline]] void release_large(uintptr_t a, size_t size, const caller &c) {
   fault_info f;
   {
     lock_guard g;
     if (large_record *r = check_large(a, size, f)) {
-      give_back_large(r, file, line);
+      give_back_large(r, c.file, c.line);
       return;
     }
   }
-  report(f, file, line, lform);
+  report(f, c.file, c.line, c.lform);
 }
 
 // ---- Release -------------------------------------------------------------------
+// An address outside every span handed out: the zero-size marker, null, a
+// large block, or something that is not ours.
+[[gnu::cold, gnu::noinline]] void release_outside(uintptr_t a, size_t size, const caller &c) {
+  if (a == zero_size_marker || a == 0) return;
+  release_large(a, size, c);
+}
+
+// In a span, but not a live block of this size.
 [[gnu::cold, gnu::noinline]] void release_fault(const span *s, uintptr_t a, size_t size,
-                                                const char *file, int32_t line, bool lform) {
-  if (!s) {
-    // Before the first span, every address lands here.
-    if (a == zero_size_marker || a == 0) return;
-    return release_large(a, size, file, line, lform);
-  }
-  report(classify_small(s, a, size), file, line, lform);
+                                                const caller &c) {
+  if (a == zero_size_marker) return;  // should the arena ever hold that address
+  report(classify_small(s, a, size), c.file, c.line, c.lform);
 }
 
-inline void note_release(std::atomic<uint16_t> &released, uint16_t n, uintptr_t a, size_t bytes,
-                         const char *file, int32_t line) {
-  released.store(n, relaxed);
-  if (file) remember_site(a, n, file, line);
-  poison(a, bytes);
+// A span that is not current gained a free block; when none is left live,
+// its pages go back to the system until it is used again (it stays the
+// heap's, with its class).
+[[gnu::noinline]] void gained_free_block(span *s, uint32_t w) {
+  if (w < s->hint) s->hint = w;
+  if (++s->free_count == class_blocks[s->cls])
+    discard(reinterpret_cast<void *>(s->base), span_bytes);
 }
 
-// A span that is not current has no live block left: its pages go back to
-// the system until it is used again (it stays the heap's, with its class).
-[[gnu::cold, gnu::noinline]] void empty_span(span *s) {
-  discard(reinterpret_cast<void *>(s->base), span_bytes);
+// A release into another thread's span: the block's size word changes by
+// compare-and-swap, so that of two releases of one block only one goes
+// through; then the owner is told through the remote bitmap.
+// (The fast path found the word live with this size; it is checked again
+// as the exchange's expected value.)
+[[gnu::noinline]] void release_remote(span *s, uint32_t i, uintptr_t a, size_t size,
+                                      const caller &c) {
+  std::atomic<uint16_t> &w = sizes_of(s)[i];
+  uint16_t word = size_word(s->cls, size);
+  if (!w.compare_exchange_strong(word, 0, std::memory_order_relaxed))
+    return release_fault(s, a, size, c);
+  std::atomic<uint16_t> &count = counts_of(s)[i];
+  const uint16_t n = next_release(count.load(relaxed));
+  count.store(n, relaxed);
+  if (c.file) remember_site(a, n, c.file, c.line);
+  poison(a, class_size[s->cls]);
+  // The block changes hands here: the owner may reuse it as soon as it
+  // sees the bit.
+  remote_of(s)[i >> 6].fetch_or(uint64_t{1} << (i & 63), std::memory_order_release);
+  s->remote_count.fetch_add(1, relaxed);
+}
+
+// The owner's release of a block that is not to be kept aside: its live
+// bit is cleared, and the span's free count and hint follow.
+inline void free_block(heap_class &hc, span *s, uint32_t i) {
+  const uint32_t w = i >> 6;
+  live_of(s)[w] &= ~(uint64_t{1} << (i & 63));
+  if (__builtin_expect(s != hc.current, 0)) return gained_free_block(s, w);
+  ++hc.free;
+  hc.hint = w < hc.hint ? w : hc.hint;
 }
 
 // The fast path trusts nothing it is given: the class comes from the size,
-// and the span, the block's place in it, its live bit and its recorded size
-// must all agree before anything changes; any disagreement goes to the slow
-// path, which finds out what is wrong.
-[[gnu::always_inline]] inline void release(void *address, size_t size, const char *file,
-                                           int32_t line, bool lform) {
+// and the span, the block's place in it and its size word (live, with
+// exactly this size) must all agree before anything changes; any
+// disagreement goes to the slow path, which finds out what is wrong. The
+// block itself is never read or written.
+[[gnu::always_inline]] inline void release(void *address, size_t size, const caller &c) {
   const auto a = reinterpret_cast<uintptr_t>(address);
   const uintptr_t off = a - arena_base.load(relaxed);
-  if (__builtin_expect(off >= arena_bytes, 0)) {
-    if (a == zero_size_marker || a == 0) return;
-    return release_large(a, size, file, line, lform);
-  }
   const uintptr_t index = off >> span_shift;
-  span *s = index < arena_used.load(std::memory_order_acquire)
-                ? span_at(record_base.load(relaxed), index)
-                : nullptr;
-  if (__builtin_expect(!s || size - 1 >= small_max, 0))
-    return release_fault(s, a, size, file, line, lform);
-  const unsigned cls = class_of(size);
-  const auto in = static_cast<uint32_t>(off & (span_bytes - 1));
-  const auto i = static_cast<uint32_t>((in * class_reciprocal[cls]) >> 40);
-  // Only a block start of this span's own class may index its record.
-  if (__builtin_expect(s->cls != cls || i * class_size[cls] != in || i >= class_blocks[cls], 0))
-    return release_fault(s, a, size, file, line, lform);
-  const uint32_t w = i >> 6;
-  const uint64_t bit = uint64_t{1} << (i & 63);
-  std::atomic<uint64_t> &live = live_of(s)[w];
-  std::atomic<uint64_t> &remote = remote_of(s, cls)[w];
-  const uint16_t slack = slack_of(s, cls)[i].load(relaxed);
-  const uint64_t bits = live.load(relaxed);
-  bool ok = (bits & bit) && class_size[cls] - slack == size;
-  if (__builtin_expect(!ok, 0)) return release_fault(s, a, size, file, line, lform);
-  // Bookkeeping of the release comes before the block changes hands: once
-  // its bit changes, the block may be handed out again at once.
-  std::atomic<uint16_t> &released = released_of(s, cls)[i];
-  const uint16_t before = released.load(relaxed);
+  // arena_used never passes arena_spans: addresses outside the arena fail
+  // here too.
+  if (__builtin_expect(index >= arena_used.load(std::memory_order_acquire), 0))
+    return release_outside(a, size, c);
+  span *s = span_at(record_base.load(relaxed), index);
+  if (__builtin_expect(size - 1 >= small_max, 0))
+    return release_fault(s, a, size, c);
+  const class_facts &f = facts_of(size);
+  const unsigned cls = f.cls;
+  const uint64_t product = (off & (span_bytes - 1)) * f.reciprocal;
+  const auto i = static_cast<uint32_t>(product >> reciprocal_shift);
+  // Only a block start of the span's own class may index its records (the
+  // index is then at most the one past the last block, whose word is 0).
+  if (__builtin_expect(s->cls != cls || (product & fraction_mask) >= f.reciprocal, 0))
+    return release_fault(s, a, size, c);
+  std::atomic<uint16_t> &w = sizes_of(s)[i];
+  const uint16_t word = w.load(relaxed);
+  if (__builtin_expect(word != static_cast<uint16_t>(f.size - size + 1), 0))
+    return release_fault(s, a, size, c);
   heap *h = my_heap;
-  if (s->owner == h) {
-    if (__builtin_expect(remote.load(relaxed) & bit, 0))
-      return release_fault(s, a, size, file, line, lform);
-    note_release(released, next_release(before), a, class_size[cls], file, line);
-    live.store(bits & ~bit, relaxed);
-    if (s == h->current[cls]) {
-      ++h->free[cls];
-      if (w < h->hint[cls]) h->hint[cls] = w;
-      return;
-    }
-    if (w < s->hint) s->hint = w;
-    if (++s->free_count == class_blocks[cls]) empty_span(s);
+  if (__builtin_expect(s->owner != h, 0))
+    return release_remote(s, i, a, size, c);
+  // Bookkeeping first: once the block is kept aside or its live bit is
+  // clear, it may be handed out again.
+  std::atomic<uint16_t> &count = counts_of(s)[i];
+  const uint16_t n = next_release(count.load(relaxed));
+  count.store(n, relaxed);
+  w.store(0, relaxed);
+  if (c.file) remember_site(a, n, c.file, c.line);
+  poison(a, f.size);
+  heap_class &hc = h->cls[cls];
+  if (__builtin_expect(hc.kept == 0 && s == hc.current, 1)) {
+    hc.kept = a;
     return;
   }
-  // Another thread's span: the site is noted only once the release is known
-  // to be the first, so that a second one cannot overwrite it.
-  const uint16_t n = next_release(before);
-  note_release(released, n, a, class_size[cls], nullptr, 0);
-  if (remote.fetch_or(bit, std::memory_order_acq_rel) & bit) {
-    released.store(before, relaxed);  // it was released already: undo
-    return release_fault(s, a, size, file, line, lform);
-  }
-  s->remote_count.fetch_add(1, relaxed);
-  if (file) remember_site(a, n, file, line);
+  free_block(hc, s, i);
 }
 
 [[gnu::always_inline]] inline void *take(size_t size, unsigned char colour, bool zero) {
+  if (__builtin_expect(size - 1 < small_max, 1)) return take_small(size, colour, zero);
   if (size == 0) return reinterpret_cast<void *>(zero_size_marker);
-  if (size <= small_max) return take_small(size, colour, zero);
   return take_large(size, colour, zero);
 }
 
@@ -746,10 +781,14 @@ inline void note_release(std::atomic<uint16_t> &released, uint16_t n, uintptr_t 
 bool check_block(uintptr_t a, size_t size) {
   fault_info f;
   if (span *s = span_of(a)) {
-    // A live block at its start is "wrong size" to classify_small, which
-    // assumes something was found wrong; with the right size all is well.
+    if (size - 1 < small_max && class_of(size) == s->cls) {
+      const uintptr_t off = a - s->base;
+      const uint32_t i = static_cast<uint32_t>(off / class_size[s->cls]);
+      if (off % class_size[s->cls] == 0 && i < class_blocks[s->cls] &&
+          sizes_of(s)[i].load(relaxed) == size_word(s->cls, size))
+        return true;
+    }
     f = classify_small(s, a, size);
-    if (f.kind == fault::wrong_size && f.block == a && f.block_size == size) return true;
   } else {
     lock_guard g;
     if (check_large(a, size, f)) return true;
@@ -780,8 +819,9 @@ void *__KAFf90_pAlloc(size_t size) { return take(size, colour_pointer, false); }
 void *__KAFf90_zpAlloc(size_t size) { return take(size, colour_pointer, true); }
 void *__KAFf90_aAlloc(size_t size) { return take(size, colour_allocatable, false); }
 void *__KAFf90_zaAlloc(size_t size) { return take(size, colour_allocatable, true); }
-void __KAFf90_oDeAlloc(void *address, size_t size) { release(address, size, nullptr, 0, false); }
-void __KAFf90_pDeAlloc(void *address, size_t size) { release(address, size, nullptr, 0, false); }
+void __KAFf90_oDeAlloc(void *address, size_t size) { release(address, size, unlocated); }
+// One body under two names: a jump fewer than two identical functions.
+void __KAFf90_pDeAlloc(void *address, size_t size) __attribute__((alias("__KAFf90_oDeAlloc")));
 
 void *__KAFf90_loAlloc(const char *, int32_t, size_t size) {
   return take(size, colour_temporary, false);
@@ -802,24 +842,22 @@ void *__KAFf90_lzaAlloc(const char *, int32_t, size_t size) {
   return take(size, colour_allocatable, true);
 }
 void __KAFf90_loDeAlloc(const char *file, int32_t line, void *address, size_t size) {
-  release(address, size, file, line, true);
+  release(address, size, caller{file, line, true});
 }
-void __KAFf90_lpDeAlloc(const char *file, int32_t line, void *address, size_t size) {
-  release(address, size, file, line, true);
-}
+void __KAFf90_lpDeAlloc(const char *file, int32_t line, void *address, size_t size)
+    __attribute__((alias("__KAFf90_loDeAlloc")));
 
 void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
   const auto a = reinterpret_cast<uintptr_t>(address);
   if (a == 0 || a == zero_size_marker) return take(new_size, colour_temporary, false);
   if (new_size == 0) {
-    release(address, old_size, nullptr, 0, false);
+    release(address, old_size, unlocated);
     return reinterpret_cast<void *>(zero_size_marker);
   }
   if (!check_block(a, old_size)) return take(new_size, colour_temporary, false);
   if (span *s = span_of(a); s && new_size <= small_max && class_of(new_size) == s->cls) {
     // Same class: only the recorded size changes.
-    const uint32_t i = index_in(s, a);
-    s->slack[i].store(static_cast<uint16_t>(s->block_size - new_size), relaxed);
+    sizes_of(s)[(a - s->base) / class_size[s->cls]].store(size_word(s->cls, new_size), relaxed);
     unpoison(address, new_size);
     if (new_size < old_size) poison(a + new_size, old_size - new_size);
     return address;
@@ -829,7 +867,7 @@ void *__KAFf90_ReAlloc(void *address, size_t old_size, size_t new_size) {
            false);
   if (!p) return nullptr;
   std::memcpy(p, address, old_size < new_size ? old_size : new_size);
-  release(address, old_size, nullptr, 0, false);
+  release(address, old_size, unlocated);
   return p;
 }
 

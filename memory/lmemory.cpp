@@ -27,16 +27,16 @@ void *__KAFf90_line_Alloc_zatmp(const char *file, int32_t line, size_t size) {
   return alloc_storage({file, line, true}, store::ztemporary, size, 134);
 }
 void *__KAFf90_line_Allocate_s(const char *file, int32_t line, size_t size, int32_t *stat) {
-  return allocate({file, line, true}, store::pointer, size, stat);
+  return allocate<store::pointer>({file, line, true}, size, stat);
 }
 void *__KAFf90_line_Allocate_zs(const char *file, int32_t line, size_t size, int32_t *stat) {
-  return allocate({file, line, true}, store::zpointer, size, stat);
+  return allocate<store::zpointer>({file, line, true}, size, stat);
 }
 void *__KAFf90_line_Allocate_as(const char *file, int32_t line, size_t size, int32_t *stat) {
-  return allocate({file, line, true}, store::allocatable, size, stat);
+  return allocate<store::allocatable>({file, line, true}, size, stat);
 }
 void *__KAFf90_line_Allocate_zas(const char *file, int32_t line, size_t size, int32_t *stat) {
-  return allocate({file, line, true}, store::zallocatable, size, stat);
+  return allocate<store::zallocatable>({file, line, true}, size, stat);
 }
 void __KAFf90_line_Deallocate_s(const char *file, int32_t line, void *address, size_t size,
                                 int32_t *stat) {

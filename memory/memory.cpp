@@ -26,16 +26,16 @@ void *__KAFf90_Alloc_zatmp(size_t size) {
   return alloc_storage(nowhere, store::ztemporary, size, 134);
 }
 void *__KAFf90_Allocate_s(size_t size, int32_t *stat) {
-  return allocate(nowhere, store::pointer, size, stat);
+  return allocate<store::pointer>(nowhere, size, stat);
 }
 void *__KAFf90_Allocate_zs(size_t size, int32_t *stat) {
-  return allocate(nowhere, store::zpointer, size, stat);
+  return allocate<store::zpointer>(nowhere, size, stat);
 }
 void *__KAFf90_Allocate_as(size_t size, int32_t *stat) {
-  return allocate(nowhere, store::allocatable, size, stat);
+  return allocate<store::allocatable>(nowhere, size, stat);
 }
 void *__KAFf90_Allocate_zas(size_t size, int32_t *stat) {
-  return allocate(nowhere, store::zallocatable, size, stat);
+  return allocate<store::zallocatable>(nowhere, size, stat);
 }
 void __KAFf90_Deallocate_s(void *address, size_t size, int32_t *stat) {
   deallocate_scalar(nowhere, address, size, stat, 129);

@@ -76,39 +76,48 @@ inline void *alloc_storage(const where &w, store kind, size_t size, int32_t mess
   return p;
 }
 
-inline void *allocate(const where &w, store kind, size_t size, int32_t *stat) {
-  if (stat) {
-    // An earlier item of the same statement failed: leave this one alone.
-    if (*stat) return nullptr;
-    void *p = take(w, kind, size);
-    *stat = p ? 0 : 1;
-    return p;
-  }
-  void *p = take(w, kind, size);
-  if (!p) fail(w, 187);
-  return p;
+// What the STAT= test reads when the statement has none: one path, without
+// a branch on the form, serves the statements with and without STAT=
+// (the compiler cannot fold the read, so it selects the address instead).
+inline int32_t no_stat = 0;  // never written
+inline const int32_t &stat_or_zero(const int32_t *stat) { return stat ? *stat : no_stat; }
+
+[[gnu::cold, gnu::noinline]] inline void *allocate_failed(const where &w, int32_t *stat) {
+  if (!stat) fail(w, 187);
+  *stat = 1;
+  return nullptr;
 }
 
+template <store Kind>
+inline void *allocate(const where &w, size_t size, int32_t *stat) {
+  // An earlier item of the same statement failed: leave this one alone.
+  if (stat_or_zero(stat)) return nullptr;
+  void *p = take(w, Kind, size);
+  if (__builtin_expect(!p, 0)) return allocate_failed(w, stat);
+  return p;  // STAT= stays 0
+}
+
+// DEALLOCATE of a disassociated pointer: STAT= 4, or fatal.
+[[gnu::cold, gnu::noinline]] inline void deallocate_null(const where &w, int32_t *stat,
+                                                         int32_t message) {
+  if (!stat) fail(w, message);
+  *stat = 4;
+}
+
+// The statement without STAT= is the one to make fast: the STAT= tests are
+// laid out as the exception.
 inline void deallocate_scalar(const where &w, void *address, size_t size, int32_t *stat,
                               int32_t message) {
-  if (stat && *stat) return;
-  if (!address) {
-    if (!stat) fail(w, message);
-    *stat = 4;
-    return;
-  }
+  if (stat_or_zero(stat)) return;
+  if (__builtin_expect(!address, 0)) return deallocate_null(w, stat, message);
   give_back_pointer(w, address, size);
 }
 
 inline void deallocate_array(const where &w, int32_t rank, size_t element_size, int64_t *descriptor,
                              int32_t *stat) {
-  if (stat && *stat) return;
+  if (stat_or_zero(stat)) return;
   auto address = static_cast<uint64_t>(descriptor[0]);
-  if (!address) {
-    if (!stat) fail(w, 130);
-    *stat = 4;
-    return;
-  }
+  if (__builtin_expect(!address, 0)) return deallocate_null(w, stat, 130);
   uint64_t size = element_size;
   // The zero-size marker reaches the allocator as it stands.
   if (address != 0xFFFFFFFFu && rank > 0) {
@@ -121,8 +130,12 @@ inline void deallocate_array(const where &w, int32_t rank, size_t element_size, 
       size *= extent > 0 ? static_cast<uint64_t>(extent) : 0;
     }
   }
-  give_back_pointer(w, reinterpret_cast<void *>(address), size);
+  // Cleared before the release rather than after, so that the release is
+  // the entry's last act (a jump, no frame): a faulty release never comes
+  // back, or (undefined releases allowed) does nothing and lets the
+  // statement complete, so the descriptor ends the same either way.
   descriptor[0] = 0;
+  give_back_pointer(w, reinterpret_cast<void *>(address), size);
 }
 
 inline void release_storage(const where &w, void *address, size_t size) {

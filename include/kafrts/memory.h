@@ -29,7 +29,7 @@ KAF_EXTERN_C_BEGIN
  * to the system, 5 the allocator's own bookkeeping, 7 unknown address or a
  * range of mixed colours; the storage allocator uses 1 (temporary or
  * compiler storage), 2 (pointer), 3 (allocatable), 6 (small-block span) and
- * 8 (large block freed but kept mapped for reuse). */
+ * 8 (first page of a large block freed but kept mapped for reuse). */
 
 /* Maps size bytes and colours their pages; null on failure. */
 KAF_API void *__KAFf90_getmem(size_t size, int32_t colour);

@@ -141,6 +141,69 @@ TEST(Allocator, RandomTrafficAgainstAModel) {
   for (auto &[a, v] : model) __KAFf90_pDeAlloc(reinterpret_cast<void *>(a), v.first);
 }
 
+// A large block released and handed out again by a z form, of the same
+// kind or another, is cleared (up to the size asked for) before it is
+// handed out.
+TEST(Allocator, ReusedLargeBlockIsZeroFilled) {
+  // A page count no other test uses, so that the kept block is this one.
+  const size_t n = (size_t{2} << 20) + 777;
+  for (void *(*z)(size_t) : {__KAFf90_zoAlloc, __KAFf90_zpAlloc, __KAFf90_zaAlloc}) {
+    auto *p = static_cast<unsigned char *>(__KAFf90_oAlloc(n));
+    std::memset(p, 0xAB, n);
+    __KAFf90_oDeAlloc(p, n);
+    auto *q = static_cast<unsigned char *>(z(n - 500));
+    EXPECT_EQ(q, p) << "the kept block is handed out again";
+    EXPECT_EQ(std::count(q, q + n - 500, 0), static_cast<long>(n - 500));
+    __KAFf90_oDeAlloc(q, n - 500);
+  }
+}
+
+// A kept block changes only its first page's colour on the way out and
+// back; handed to another kind, all its pages take the new kind's colour.
+TEST(Allocator, KeptLargeBlockTakesTheColourOfItsNewKind) {
+  const size_t n = (size_t{3} << 20) + 12345, pages_after_first = n - 4096;
+  auto *p = static_cast<char *>(__KAFf90_oAlloc(n));
+  __KAFf90_oDeAlloc(p, n);
+  EXPECT_EQ(__KAFf90_pagecolour(p, 1), 8);
+  auto *q = static_cast<char *>(__KAFf90_aAlloc(n));
+  ASSERT_EQ(q, p);
+  EXPECT_EQ(__KAFf90_pagecolour(q, n), 3);
+  __KAFf90_pDeAlloc(q, n);
+  EXPECT_EQ(__KAFf90_pagecolour(q, 1), 8);
+  EXPECT_EQ(__KAFf90_pagecolour(q + 4096, pages_after_first), 3);
+  q = static_cast<char *>(__KAFf90_zaAlloc(n - 3));
+  ASSERT_EQ(q, p);
+  EXPECT_EQ(__KAFf90_pagecolour(q, n), 3);
+  __KAFf90_pDeAlloc(q, n - 3);
+}
+
+// Blocks released by another thread go back to the thread that took them:
+// once its spans run full it takes them in, rather than new spans.
+TEST(Allocator, BlocksReleasedByAnotherThreadGoBackToTheirOwner) {
+  auto r = in_child([] {
+    constexpr size_t n = 20000, size = 112;  // two to three spans of 1 MiB
+    std::vector<void *> first(n);
+    for (auto &p : first) p = __KAFf90_aAlloc(size);
+    std::thread([&] {
+      for (void *p : first) __KAFf90_pDeAlloc(p, size);
+    }).join();
+    std::vector<uintptr_t> spans;
+    for (void *p : first) spans.push_back(reinterpret_cast<uintptr_t>(p) >> 20);
+    std::sort(spans.begin(), spans.end());
+    size_t elsewhere = 0;
+    std::vector<void *> second(n);
+    for (auto &p : second) {
+      p = __KAFf90_aAlloc(size);
+      elsewhere +=
+          !std::binary_search(spans.begin(), spans.end(), reinterpret_cast<uintptr_t>(p) >> 20);
+    }
+    for (void *p : second) __KAFf90_pDeAlloc(p, size);
+    tell(std::to_string(elsewhere));
+  });
+  expect_clean(r);
+  EXPECT_EQ(r.out, "0");
+}
+
 TEST(Allocator, ReAllocKeepsContents) {
   for (size_t from : {size_t(10), size_t(100), size_t(5000), size_t(200000)})
     for (size_t to : {size_t(1), size_t(12), size_t(99), size_t(7000), size_t(300000)}) {
@@ -233,6 +296,39 @@ TEST(AllocatorFaults, DoubleReleaseByTwoOtherThreads) {
   expect_fatal(r, fatal_text("c.f90, line 31: ",
                              "Invalid deallocation of size 200: block was already deallocated at "
                              "line 30 of c.f90"));
+}
+
+// The block a thread keeps aside after releasing it (for its next request)
+// is not live: another release of it, from any thread, is reported.
+TEST(AllocatorFaults, KeptSmallBlockReleasedAgainByAnotherThread) {
+  auto r = in_child([] {
+    void *p = __KAFf90_pAlloc(48);
+    __KAFf90_lpDeAlloc("t.f90", 1, p, 48);
+    std::thread([&] { __KAFf90_lpDeAlloc("t.f90", 2, p, 48); }).join();
+  });
+  expect_fatal(r, fatal_text("t.f90, line 2: ",
+                             "Invalid deallocation of size 48: block was already deallocated at "
+                             "line 1 of t.f90"));
+  auto r2 = in_child([] {
+    void *p = __KAFf90_pAlloc(48);
+    __KAFf90_pDeAlloc(p, 48);
+    __KAFf90_ReAlloc(p, 48, 20);
+  });
+  expect_fatal(r2, fatal_text("", "Invalid deallocation of size 48: block was already deallocated"));
+}
+
+// A kept large block: its start was released, and an address past its
+// first page was never handed out as such.
+TEST(AllocatorFaults, KeptLargeBlockIsNotLive) {
+  constexpr size_t n = (size_t{5} << 20) + 1;
+  auto r = in_child([] {
+    auto *p = static_cast<char *>(__KAFf90_pAlloc(n));
+    __KAFf90_lpDeAlloc("k.f90", 3, p, n);
+    __KAFf90_lpDeAlloc("k.f90", 4, p + 8192, n - 8192);
+  });
+  expect_fatal(r, fatal_text("k.f90, line 4: ", "Invalid deallocation of size " +
+                                                     std::to_string(n - 8192) +
+                                                     ": not an allocated block"));
 }
 
 // ---- Faulty releases ------------------------------------------------------
@@ -457,8 +553,10 @@ TEST(Allocator, PageColoursNameWhatABlockIs) {
     void *p = w.take(big);
     EXPECT_EQ(__KAFf90_pagecolour(p, big), w.colour);
     __KAFf90_pDeAlloc(p, big);
-    // Released and kept for reuse: its own colour until handed out again.
-    EXPECT_EQ(__KAFf90_pagecolour(p, big), 8);
+    // Released and kept for reuse: its first page says so; the others keep
+    // the colour of the kind until the block is handed out again.
+    EXPECT_EQ(__KAFf90_pagecolour(p, 1), 8);
+    EXPECT_EQ(__KAFf90_pagecolour(static_cast<char *>(p) + 4096, big - 4096), w.colour);
   }
   // Too big to keep: returned to the system.
   void *h = __KAFf90_aAlloc(huge);

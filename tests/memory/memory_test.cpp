@@ -250,6 +250,25 @@ TEST(DeallocateArray, GarbageDescriptorIsReportedNotFollowed) {
                              "Invalid deallocation of size 40: not an allocated block"));
 }
 
+// With undefined releases allowed, DEALLOCATE of an array whose storage is
+// not ours releases nothing, and the array is deallocated all the same.
+TEST(DeallocateArray, AllowedUndefinedReleaseStillClearsTheDescriptor) {
+  auto r = in_child(
+      [] {
+        double local[4] = {};
+        array_desc d = describe(local, 8, {4}, 0);
+        __KAFf90_Deallocate_a(1, 8, d.word, nullptr);
+        int32_t stat = 0;
+        array_desc e = describe(local, 8, {2, 2}, 2);
+        __KAFf90_line_Deallocate_a("u.f90", 6, 2, 8, e.word, &stat);
+        std::printf("%lld %lld %d", static_cast<long long>(d.word[0]),
+                    static_cast<long long>(e.word[0]), stat);
+      },
+      false, true);
+  expect_clean(r);
+  EXPECT_EQ(r.out, "0 0 0");
+}
+
 TEST(DeallocateArray, NullBase) {
   array_desc d{};
   expect_fatal(in_child([&] { __KAFf90_Deallocate_a(2, 8, d.word, nullptr); }),
