@@ -197,6 +197,14 @@ template <typename T> T value(double x) {
     return T{static_cast<decltype(T::re)>(x), static_cast<decltype(T::re)>(0.5 * x)};
 }
 
+// 1 (with a zero imaginary part for the complex kinds) and 0.
+template <typename T> T exactly(double x) {
+  if constexpr (std::is_floating_point_v<T>)
+    return static_cast<T>(x);
+  else
+    return T{static_cast<decltype(T::re)>(x), 0};
+}
+
 struct shape {
   int m, n, k;
 };
@@ -211,7 +219,7 @@ template <typename T> void run(const shape &s, int rounds) {
   };
   for (auto &x : a) x = value<T>(rnd());
   for (auto &x : b) x = value<T>(rnd());
-  const T alpha = value<T>(1), beta = value<T>(0);
+  const T alpha = exactly<T>(1), beta = exactly<T>(0);
   const double work = K::flops * double(s.m) * s.n * s.k;
   // Enough calls per timing to last about 30 ms: short timings, many
   // rounds, best of each, so that a shared machine's interruptions drop out.
@@ -237,9 +245,41 @@ template <typename T> void run(const shape &s, int rounds) {
   std::fflush(stdout);
 }
 
+// Only ours, one shape, for profiling and quick comparisons:
+//   matmul_bench ours <kind> M N K [rounds]
+// prints the best GFLOP/s of the rounds.
+template <typename T> void ours_only(const shape &s, int rounds) {
+  using K = kind<T>;
+  std::vector<T> a(size_t(s.m) * s.k), b(size_t(s.k) * s.n), c(size_t(s.m) * s.n);
+  for (size_t i = 0; i < a.size(); ++i) a[i] = value<T>(double(i % 17) / 16 - 0.5);
+  for (size_t i = 0; i < b.size(); ++i) b[i] = value<T>(double(i % 13) / 12 - 0.5);
+  const T alpha = exactly<T>(1), beta = exactly<T>(0);
+  const double work = K::flops * double(s.m) * s.n * s.k;
+  int reps = std::max(1, int(0.03 / (work / 40e9)));
+  double best = 1e30;
+  for (int r = 0; r < rounds; ++r) {
+    double t0 = now();
+    for (int i = 0; i < reps; ++i)
+      K::ours("N", s.m, s.n, s.k, &alpha, a.data(), s.m, b.data(), s.k, &beta, c.data(), s.m);
+    best = std::min(best, (now() - t0) / reps);
+  }
+  std::printf("%s %d x %d x %d: ours %.1f GFLOP/s\n", K::name, s.m, s.n, s.k, work / best * 1e-9);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+  if (argc >= 6 && std::strcmp(argv[1], "ours") == 0) {
+    const shape s{std::atoi(argv[3]), std::atoi(argv[4]), std::atoi(argv[5])};
+    const int rounds = argc > 6 ? std::atoi(argv[6]) : 10;
+    switch (argv[2][0]) {
+    case 's': ours_only<float>(s, rounds); break;
+    case 'd': ours_only<double>(s, rounds); break;
+    case 'c': ours_only<kaf_complex>(s, rounds); break;
+    default: ours_only<kaf_dcomplex>(s, rounds); break;
+    }
+    return 0;
+  }
   int rounds = argc > 1 ? std::atoi(argv[1]) : 7;
   const char *wall = std::getenv("KAF_BENCH_WALL");
   wall_clock = wall && std::strcmp(wall, "1") == 0;

@@ -50,9 +50,15 @@ template <> struct element<kaf_dcomplex> {
 // of row k of alpha*op(B). Both are zero-padded past the matrix edges.
 // With from_zero the accumulators start at +0 instead of the values in C
 // (the first k block when beta is 0: the same sums, and C is never read).
+//
+// The masked kernels (masked_rows below) take their last vector of rows
+// through lane masks: only its first tail lanes of C are read and written,
+// so a tile short in M is computed in place and no lane past the last row
+// is ever touched. The other kernels ignore tail.
 template <typename T>
 using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
-                             const typename element<T>::Real *b, T *c, long ldc, bool from_zero);
+                             const typename element<T>::Real *b, T *c, long ldc, bool from_zero,
+                             int tail);
 
 // One kernel set: the tile and the cache blocking that suits it.
 //   mr, nr  register tile (elements of C);
@@ -64,7 +70,9 @@ using tile_kernel = void (*)(long kc, const typename element<T>::Real *a,
 //           cache holds it.
 // The clean-ups: narrow[c] computes all mr rows of c < nr columns;
 // short_rows[v] computes v * rows_per_vec rows of all nr columns (over the
-// same packed panels as the full tile).
+// same packed panels as the full tile); masked_rows[v], where the vector
+// unit has lane masks, computes v vectors of rows of which the last holds
+// only tail lanes (null elsewhere).
 constexpr int max_nr = 8, max_mv = 14;
 // Elements of the largest tile (single precision AVX-512: 48 x 8); the
 // driver's local copy of a partial tile holds this many.
@@ -86,6 +94,7 @@ template <typename T> struct kernel_set {
   tile_kernel<T> full;
   std::array<tile_kernel<T>, max_nr + 1> narrow;
   std::array<tile_kernel<T>, max_mv + 1> short_rows;
+  std::array<tile_kernel<T>, max_mv + 1> masked_rows;
   std::array<pack_a_fn<T>, 3> pack_a;
   std::array<pack_b_fn<T>, 6> pack_b;
 };

@@ -18,6 +18,13 @@ struct avx2_d {
   static R bcast(const double *p) { return _mm256_broadcast_sd(p); }
   static R mul(R x, R y) { return _mm256_mul_pd(x, y); }
   static R add(R x, R y) { return _mm256_add_pd(x, y); }
+  // The first n lanes (1 <= n <= 4) through vmaskmov: masked lanes are never
+  // accessed, so they may lie in an unmapped page.
+  static __m256i mask(int n) {
+    return _mm256_cmpgt_epi64(_mm256_set1_epi64x(n), _mm256_setr_epi64x(0, 1, 2, 3));
+  }
+  static R loadm(const double *p, int n) { return _mm256_maskload_pd(p, mask(n)); }
+  static void storem(double *p, int n, R x) { _mm256_maskstore_pd(p, mask(n), x); }
 };
 
 struct avx2_s {
@@ -31,6 +38,11 @@ struct avx2_s {
   static R bcast(const float *p) { return _mm256_broadcast_ss(p); }
   static R mul(R x, R y) { return _mm256_mul_ps(x, y); }
   static R add(R x, R y) { return _mm256_add_ps(x, y); }
+  static __m256i mask(int n) {
+    return _mm256_cmpgt_epi32(_mm256_set1_epi32(n), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+  }
+  static R loadm(const float *p, int n) { return _mm256_maskload_ps(p, mask(n)); }
+  static void storem(float *p, int n, R x) { _mm256_maskstore_ps(p, mask(n), x); }
 };
 
 }  // namespace

@@ -18,6 +18,12 @@ struct avx512_d {
   static R bcast(const double *p) { return _mm512_set1_pd(*p); }
   static R mul(R x, R y) { return _mm512_mul_pd(x, y); }
   static R add(R x, R y) { return _mm512_add_pd(x, y); }
+  // The first n lanes (1 <= n <= 8); the others are zero when loaded and
+  // left alone when stored. Masked lanes are never accessed, so they may lie
+  // in an unmapped page.
+  static __mmask8 mask(int n) { return __mmask8((1u << n) - 1); }
+  static R loadm(const double *p, int n) { return _mm512_maskz_loadu_pd(mask(n), p); }
+  static void storem(double *p, int n, R x) { _mm512_mask_storeu_pd(p, mask(n), x); }
 };
 
 struct avx512_s {
@@ -31,6 +37,9 @@ struct avx512_s {
   static R bcast(const float *p) { return _mm512_set1_ps(*p); }
   static R mul(R x, R y) { return _mm512_mul_ps(x, y); }
   static R add(R x, R y) { return _mm512_add_ps(x, y); }
+  static __mmask16 mask(int n) { return __mmask16((1u << n) - 1); }  // 1 <= n <= 16
+  static R loadm(const float *p, int n) { return _mm512_maskz_loadu_ps(mask(n), p); }
+  static void storem(float *p, int n, R x) { _mm512_mask_storeu_ps(p, mask(n), x); }
 };
 
 }  // namespace

@@ -123,14 +123,16 @@ template <typename T> struct operand {
 // One block of C (rows [i0, i0+mc), columns [j0, j0+nc)) from the packed
 // blocks. A full tile runs the full kernel in place; a tile short in N
 // only, the narrow kernel in place; a tile short in M, the kernel of just
-// enough vector rows, in place when the rows fill whole vectors, otherwise
-// on a local copy of the tile so that the padded rows and columns never
-// reach C.
+// enough vector rows, in place when the rows fill whole vectors or the unit
+// masks the last one, otherwise (and for the corner tile short in both) on
+// a local copy of the tile so that the padded rows and columns never reach
+// C.
 template <typename T>
 void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
                const typename element<T>::Real *ap, const T *bp, T *c, long ldc, bool from_zero) {
   using Real = typename element<T>::Real;
   constexpr long E = element<T>::complex ? 4 : 1;
+  constexpr int lane_per_row = element<T>::complex ? 2 : 1;
   const int mr = ks.mr, nr = ks.nr, per_vec = ks.rows_per_vec;
   alignas(64) T edge[max_tile_elements];
   for (long jr = 0; jr < nc; jr += nr) {
@@ -143,22 +145,28 @@ void run_block(const kernel_set<T> &ks, long kc, long mc, long nc,
       // The next tile's part of C is on its way while this one computes.
       if (ir + mr < mc && !from_zero)
         for (int j = 0; j < cols; ++j) {
-          const char *next = reinterpret_cast<const char *>(ct + mr + j * ldc);
-          for (long off = 0; off < long(sizeof(T)) * mr; off += 64) __builtin_prefetch(next + off, 1);
+          const char *next_c = reinterpret_cast<const char *>(ct + mr + j * ldc);
+          for (long off = 0; off < long(sizeof(T)) * mr; off += 64)
+            __builtin_prefetch(next_c + off, 1);
         }
       if (rows == mr) {
-        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero);
+        (cols == nr ? ks.full : ks.narrow[cols])(kc, apanel, bpanel, ct, ldc, from_zero, 0);
         continue;
       }
       const int vecs = (rows + per_vec - 1) / per_vec;
-      if (rows == vecs * per_vec && cols == nr) {
-        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero);
+      if (cols == nr && rows == vecs * per_vec) {
+        ks.short_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, 0);
+        continue;
+      }
+      if (cols == nr && ks.masked_rows[vecs]) {
+        const int tail = (rows - (vecs - 1) * per_vec) * lane_per_row;
+        ks.masked_rows[vecs](kc, apanel, bpanel, ct, ldc, from_zero, tail);
         continue;
       }
       std::memset(static_cast<void *>(edge), 0, sizeof(T) * mr * nr);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(edge + j * mr), ct + j * ldc, sizeof(T) * rows);
-      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero);
+      ks.short_rows[vecs](kc, apanel, bpanel, edge, mr, from_zero, 0);
       for (int j = 0; j < cols; ++j)
         std::memcpy(static_cast<void *>(ct + j * ldc), edge + j * mr, sizeof(T) * rows);
     }
@@ -180,13 +188,14 @@ void compute(const kernel_set<T> &ks, const operand<T> &A, const operand<T> &B, 
   take_work(w, sizeof(Real) * E * mc_round * kc_max, sizeof(T) * nc_round * kc_max);
   const bool scale = !is_one(alpha);
   T *bbuf = reinterpret_cast<T *>(w.b);
+  auto size = [](long total, long at, long step) { return total - at < step ? total - at : step; };
   for (long j0 = 0; j0 < n; j0 += ks.nc) {
-    const long nc = n - j0 < ks.nc ? n - j0 : ks.nc;
+    const long nc = size(n, j0, ks.nc);
     for (long p0 = 0; p0 < k; p0 += ks.kc) {
-      const long kc = k - p0 < ks.kc ? k - p0 : ks.kc;
+      const long kc = size(k, p0, ks.kc);
       ks.pack_b[2 * B.trans + (scale ? 1 : 0)](B.x, B.ld, alpha, p0, kc, j0, nc, ks.nr, bbuf);
       for (long i0 = 0; i0 < m; i0 += ks.mc) {
-        const long mc = m - i0 < ks.mc ? m - i0 : ks.mc;
+        const long mc = size(m, i0, ks.mc);
         ks.pack_a[A.trans](A.x, A.ld, i0, mc, p0, kc, ks.mr, w.a);
         run_block(ks, kc, mc, nc, w.a, bbuf, c + i0 + j0 * ldc, ldc, clear_c && p0 == 0);
       }

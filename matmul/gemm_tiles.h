@@ -26,18 +26,40 @@ namespace kaf_gemm {
 // M (fewer vectors) or in N (fewer columns) are the same code with smaller
 // MV or NR over the same panels.
 
+// The first tail lanes at p (the others zero) and their store, through the
+// unit's lane masks; instantiated only for units that have them (Masked).
+template <class V, bool Masked>
+inline typename V::R load_part(const typename V::Real *p, int tail) {
+  if constexpr (Masked)
+    return V::loadm(p, tail);
+  else
+    return V::loadu(p);
+}
+template <class V, bool Masked>
+inline void store_part(typename V::Real *p, int tail, typename V::R x) {
+  if constexpr (Masked)
+    V::storem(p, tail, x);
+  else
+    V::storeu(p, x);
+}
+
 // Real tile: per k, MV aligned loads of packed A, NR broadcasts of packed
 // B, MV x NR products and sums.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
-  static void run(long kc, const typename V::Real *a, const typename V::Real *b,
-                  typename V::Real *c, long ldc, bool from_zero) {
+  using Real = typename V::Real;
+  template <bool Masked>
+  static void body(long kc, const Real *a, const Real *b, Real *c, long ldc, bool from_zero,
+                   int tail) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   R acc[NR][MV];
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) acc[j][v] = from_zero ? V::zero() : V::loadu(c + j * ldc + v * L);
+    for (int v = 0; v < MV; ++v)
+      acc[j][v] = from_zero                  ? V::zero()
+                  : (Masked && v == MV - 1) ? load_part<V, Masked>(c + j * ldc + v * L, tail)
+                                             : V::loadu(c + j * ldc + v * L);
   for (long k = 0; k < kc; ++k) {
     R av[MV];
 #pragma GCC unroll 8
@@ -54,7 +76,19 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) V::storeu(c + j * ldc + v * L, acc[j][v]);
+    for (int v = 0; v < MV; ++v)
+      if (Masked && v == MV - 1)
+        store_part<V, Masked>(c + j * ldc + v * L, tail, acc[j][v]);
+      else
+        V::storeu(c + j * ldc + v * L, acc[j][v]);
+  }
+  static void run(long kc, const Real *a, const Real *b, Real *c, long ldc, bool from_zero,
+                  int tail) {
+    body<false>(kc, a, b, c, ldc, from_zero, tail);
+  }
+  static void run_masked(long kc, const Real *a, const Real *b, Real *c, long ldc,
+                         bool from_zero, int tail) {
+    body<true>(kc, a, b, c, ldc, from_zero, tail);
   }
 };
 
@@ -63,7 +97,7 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real {
 // can be large (14 of the 16 registers) while B is read one scalar per k.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
   static void run(long kc, const typename V::Real *a, const typename V::Real *b,
-                  typename V::Real *c, long ldc, bool from_zero) {
+                  typename V::Real *c, long ldc, bool from_zero, int) {
   using R = typename V::R;
   constexpr int L = V::lanes;
   for (int j = 0; j < NR; ++j) {
@@ -94,17 +128,22 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_real_columns {
 // part by part.
 template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
   using T = std::conditional_t<std::is_same_v<typename V::Real, float>, kaf_complex, kaf_dcomplex>;
-  static void run(long kc, const typename V::Real *a, const typename V::Real *b, T *c_elems,
-                  long ldc, bool from_zero) {
+  using Real = typename V::Real;
+  template <bool Masked>
+  static void body(long kc, const Real *a, const Real *b, T *c_elems, long ldc, bool from_zero,
+                   int tail) {
   using R = typename V::R;
   constexpr int L = V::lanes;
-  typename V::Real *c = reinterpret_cast<typename V::Real *>(c_elems);
+  Real *c = reinterpret_cast<Real *>(c_elems);
   const long ldr = 2 * ldc;
   R acc[NR][MV];
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) acc[j][v] = from_zero ? V::zero() : V::loadu(c + j * ldr + v * L);
+    for (int v = 0; v < MV; ++v)
+      acc[j][v] = from_zero                  ? V::zero()
+                  : (Masked && v == MV - 1) ? load_part<V, Masked>(c + j * ldr + v * L, tail)
+                                             : V::loadu(c + j * ldr + v * L);
   for (long k = 0; k < kc; ++k) {
     R a1[MV], a2[MV];
 #pragma GCC unroll 8
@@ -128,7 +167,19 @@ template <class V, int MV, int NR, int MVS, int NRS> struct tile_complex {
 #pragma GCC unroll 16
   for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 8
-    for (int v = 0; v < MV; ++v) V::storeu(c + j * ldr + v * L, acc[j][v]);
+    for (int v = 0; v < MV; ++v)
+      if (Masked && v == MV - 1)
+        store_part<V, Masked>(c + j * ldr + v * L, tail, acc[j][v]);
+      else
+        V::storeu(c + j * ldr + v * L, acc[j][v]);
+  }
+  static void run(long kc, const Real *a, const Real *b, T *c, long ldc, bool from_zero,
+                  int tail) {
+    body<false>(kc, a, b, c, ldc, from_zero, tail);
+  }
+  static void run_masked(long kc, const Real *a, const Real *b, T *c, long ldc, bool from_zero,
+                         int tail) {
+    body<true>(kc, a, b, c, ldc, from_zero, tail);
   }
 };
 
@@ -153,6 +204,10 @@ constexpr kernel_set<T> make_set(int kc, int mc, int nc) {
   [&s]<int... v>(std::integer_sequence<int, v...>) {
     ((s.short_rows[v + 1] = &K<V, v + 1, NR, MV, NR>::run), ...);
   }(std::make_integer_sequence<int, MV>{});
+  if constexpr (requires(const typename V::Real *p) { V::loadm(p, 1); })
+    [&s]<int... v>(std::integer_sequence<int, v...>) {
+      ((s.masked_rows[v + 1] = &K<V, v + 1, NR, MV, NR>::run_masked), ...);
+    }(std::make_integer_sequence<int, MV>{});
   using P = packing<V, T>;
   s.pack_a = {&P::template pack_a<0>, &P::template pack_a<1>, &P::template pack_a<2>};
   s.pack_b = {&P::template pack_b<0, false, NR>, &P::template pack_b<0, true, NR>,

@@ -1,6 +1,7 @@
 // Runs the GEMMs of one process on sizes around every path's tiles and
 // cache blocks and prints what differs from the plain loop, after the name
-// of the kernel path in use. Started by gemm_paths_test in a fresh process
+// of the kernel path in use, then the same with every operand ending at an
+// inaccessible page. Started by gemm_paths_test in a fresh process
 // (the path is chosen once per process) with KAFFORTRAN_GEMM_KERNEL set.
 // With the argument "name" it prints only the path's name.
 #include <cstdio>
@@ -50,6 +51,10 @@ int main(int argc, char **argv) {
   battery<double>(report, 22);
   battery<kaf_complex>(report, 23);
   battery<kaf_dcomplex>(report, 24);
+  report += guarded_battery<float>(31);
+  report += guarded_battery<double>(32);
+  report += guarded_battery<kaf_complex>(33);
+  report += guarded_battery<kaf_dcomplex>(34);
   std::fputs(report.c_str(), stdout);
   return 0;
 }

@@ -2,6 +2,9 @@
 // operands, and the four members behind one overloaded call.
 #pragma once
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -139,6 +142,83 @@ std::string check_case(std::mt19937_64 &rng, char ta, char tb, long m, long n, l
   return std::string("TRANSA=") + ta + " TRANSB=" + tb + " M=" + std::to_string(m) +
          " N=" + std::to_string(n) + " K=" + std::to_string(k) + ": first difference at C(" +
          std::to_string(at % ldc + 1) + "," + std::to_string(at / ldc + 1) + ")";
+}
+
+// count elements that end exactly where an inaccessible page begins: any
+// read or write past the last element faults.
+template <typename T> class guarded {
+ public:
+  explicit guarded(size_t count) {
+    const size_t page = size_t(sysconf(_SC_PAGESIZE));
+    data_pages_ = (count * sizeof(T) + page - 1) / page + 1;
+    bytes_ = (data_pages_ + 1) * page;
+    void *p = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) return;
+    base_ = static_cast<char *>(p);
+    mprotect(base_ + data_pages_ * page, page, PROT_NONE);
+    data_ = reinterpret_cast<T *>(base_ + data_pages_ * page - count * sizeof(T));
+  }
+  ~guarded() {
+    if (base_) munmap(base_, bytes_);
+  }
+  guarded(const guarded &) = delete;
+  guarded &operator=(const guarded &) = delete;
+  T *data() const { return data_; }
+
+ private:
+  char *base_ = nullptr;
+  T *data_ = nullptr;
+  size_t bytes_ = 0, data_pages_ = 0;
+};
+
+// One case with every operand packed tight (leading dimensions equal to
+// the rows) and ending at an inaccessible page, against the reference.
+template <typename T>
+std::string check_guarded(std::mt19937_64 &rng, char ta, char tb, long m, long n, long k, T alpha,
+                          T beta) {
+  const long arows = ta == 'N' ? m : k, acols = ta == 'N' ? k : m;
+  const long brows = tb == 'N' ? k : n, bcols = tb == 'N' ? n : k;
+  const auto a = random_matrix<T>(rng, size_t(arows * acols));
+  const auto b = random_matrix<T>(rng, size_t(brows * bcols));
+  auto want = random_matrix<T>(rng, size_t(m * n));
+  guarded<T> ga(a.size()), gb(b.size()), gc(want.size());
+  if (!ga.data() || !gb.data() || !gc.data()) return "mmap failed";
+  std::memcpy(static_cast<void *>(ga.data()), a.data(), sizeof(T) * a.size());
+  std::memcpy(static_cast<void *>(gb.data()), b.data(), sizeof(T) * b.size());
+  std::memcpy(static_cast<void *>(gc.data()), want.data(), sizeof(T) * want.size());
+  reference(ta, tb, m, n, k, alpha, a, arows, b, brows, beta, want, m);
+  call(ta, tb, int32_t(m), int32_t(n), int32_t(k), &alpha, ga.data(), int32_t(arows), gb.data(),
+       int32_t(brows), &beta, gc.data(), int32_t(m));
+  if (std::memcmp(gc.data(), want.data(), sizeof(T) * want.size()) == 0) return {};
+  size_t at = 0;
+  while (std::memcmp(&gc.data()[at], &want[at], sizeof(T)) == 0) ++at;
+  return std::string("guarded TRANSA=") + ta + " TRANSB=" + tb + " M=" + std::to_string(m) +
+         " N=" + std::to_string(n) + " K=" + std::to_string(k) + ": first difference at C(" +
+         std::to_string(at % m + 1) + "," + std::to_string(at / m + 1) + ")";
+}
+
+// Every row count up to past the tallest tile of any path (48 rows), so
+// every remainder of every tile height is a tile short in M; widths of a
+// full tile and past it (a corner tile short in both); two depths.
+// Operands at page ends.
+// Returns the first failures (at most five), one a line.
+template <typename T> std::string guarded_battery(uint64_t seed) {
+  std::mt19937_64 rng(seed);
+  const T alpha = from_real<T>(0.8125, -1.5), beta = from_real<T>(-1.75, 0.375);
+  const T zero = from_real<T>(0, 0), one = from_real<T>(1, 0);
+  std::string report;
+  int failures = 0;
+  for (long m = 1; m <= 50; ++m)
+    for (long n : {6L, 8L, 9L})
+      for (long k : {7L, 33L}) {
+        const char ta = "NT"[(m + k) % 2], tb = "NT"[(m / 2 + n) % 2];
+        // beta 0 starts the accumulators at zero (C is not read); the
+        // others load C through the masks; alpha 1 packs B unscaled.
+        const T b_ = m % 3 == 0 ? zero : beta, a_ = m % 4 == 1 ? one : alpha;
+        std::string bad = check_guarded<T>(rng, ta, tb, m, n, k, a_, b_);
+        if (!bad.empty() && ++failures <= 5) report += bad + "\n";
+      }
+  return report;
 }
 
 }  // namespace gemmtest
