@@ -59,6 +59,31 @@ struct dims {
   std::int64_t stride[kMaxRank] = {};  // bytes
 };
 
+// Calls f(element address, subscripts) for every element of an array part
+// in array element order (an odometer over the subscripts); stops at the
+// first non-zero status of f, or after an element once done() is true.
+template <typename F, typename Done>
+kaf_status walk_elements(char *base, const dims &d, F &&f, Done &&done) {
+  std::int64_t idx[kMaxRank] = {};
+  for (int k = 0; k < d.rank; ++k)
+    if (d.extent[k] <= 0) return 0;
+  char *p = base;
+  for (;;) {
+    if (kaf_status s = f(p, idx)) return s;
+    if (done()) return 0;
+    int k = 0;
+    for (; k < d.rank; ++k) {
+      if (++idx[k] < d.extent[k]) {
+        p += d.stride[k];
+        break;
+      }
+      p -= d.stride[k] * (d.extent[k] - 1);
+      idx[k] = 0;
+    }
+    if (k == d.rank) return 0;
+  }
+}
+
 // The dimensions of an array object from its descriptor; the address of its
 // first element and (CHARACTER kinds) its length word.
 char *object_dims(const kaf_nml_object &o, dims *d, std::int64_t *char_len);

@@ -433,27 +433,11 @@ kaf_status next_value(reader &r, char *p, std::int32_t type, std::int64_t char_l
 }
 
 // Every element of a part, in array element order, derived types expanded
-// into their components.
+// into their components; the walk stops where the values end.
 template <typename F>
 kaf_status for_each_element(reader &r, char *base, const dims &d, F &&f) {
-  std::int64_t idx[nml::kMaxRank] = {};
-  for (int k = 0; k < d.rank; ++k)
-    if (d.extent[k] <= 0) return 0;
-  char *p = base;
-  for (;;) {
-    if (kaf_status s = f(p)) return s;
-    if (r.values_ended) return 0;
-    int k = 0;
-    for (; k < d.rank; ++k) {
-      if (++idx[k] < d.extent[k]) {
-        p += d.stride[k];
-        break;
-      }
-      p -= d.stride[k] * (d.extent[k] - 1);
-      idx[k] = 0;
-    }
-    if (k == d.rank) return 0;
-  }
+  return nml::walk_elements(
+      base, d, [&](char *p, const std::int64_t *) { return f(p); }, [&] { return r.values_ended; });
 }
 
 kaf_status read_element(reader &r, char *p, std::int32_t type, std::int64_t char_len, const kaf_nml_dtype *dtype,

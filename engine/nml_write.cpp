@@ -116,23 +116,7 @@ kaf_status write_value(kaf_ioctx &c, const char *p, std::int32_t type, std::int6
 // in array element order.
 template <typename F>
 kaf_status for_each_element(char *base, const dims &d, F &&f) {
-  std::int64_t idx[nml::kMaxRank] = {};
-  for (int k = 0; k < d.rank; ++k)
-    if (d.extent[k] <= 0) return 0;
-  char *p = base;
-  for (;;) {
-    if (kaf_status s = f(p, idx)) return s;
-    int k = 0;
-    for (; k < d.rank; ++k) {
-      if (++idx[k] < d.extent[k]) {
-        p += d.stride[k];
-        break;
-      }
-      p -= d.stride[k] * (d.extent[k] - 1);
-      idx[k] = 0;
-    }
-    if (k == d.rank) return 0;
-  }
+  return nml::walk_elements(base, d, f, [] { return false; });
 }
 
 kaf_status write_part(writer &w, char *base, std::int32_t type, std::int64_t char_len, const kaf_nml_dtype *dtype,

@@ -689,16 +689,29 @@ inline void end_item(kaf_ioctx &c) {
   if (c.repeat_left == 0) release_scan_buffers(c);
 }
 
-template <typename Int>
-kaf_status read_integer_item(kaf_ioctx &c, Int *item, std::int32_t too_big) {
+// The common start of every item: true when the item ends here, with its
+// status in *s — a null value (the item keeps its value) or an error.
+// Otherwise the value is scanned by `scan` unless it repeats the previous one.
+template <typename Scan>
+bool item_ends_early(kaf_ioctx &c, kaf_status *s, Scan scan) {
   take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
+  *s = begin_item(c, &t);
+  if (*s || t == take::none) return true;
   if (t == take::scan) {
     std::int32_t error;
-    if (kaf_status s = scan_integer(c, &error)) return s;
-    if (error) return fail(c, error);
+    if ((*s = scan(&error))) return true;
+    if (error) {
+      *s = fail(c, error);
+      return true;
+    }
   }
+  return false;
+}
+
+template <typename Int>
+kaf_status read_integer_item(kaf_ioctx &c, Int *item, std::int32_t too_big) {
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_integer(c, error); })) return s;
   if (c.value_type == LIO_BIG_INTEGER) return fail(c, too_big);
   if (c.value_type != LIO_INTEGER) return fail(c, E_INTEGER);
   if (c.int_value < std::numeric_limits<Int>::min() || c.int_value > std::numeric_limits<Int>::max())
@@ -710,14 +723,8 @@ kaf_status read_integer_item(kaf_ioctx &c, Int *item, std::int32_t too_big) {
 
 template <typename Int>
 kaf_status read_logical_item(kaf_ioctx &c, Int *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_logical(c, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_logical(c, error); })) return s;
   if (c.value_type != LIO_LOGICAL) return fail(c, E_LOGICAL);
   *item = static_cast<Int>(c.int_value);
   end_item(c);
@@ -726,14 +733,8 @@ kaf_status read_logical_item(kaf_ioctx &c, Int *item) {
 
 template <typename Real>
 kaf_status read_real_item(kaf_ioctx &c, Real *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_number(c, false, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_number(c, false, error); })) return s;
   if (c.value_type != LIO_INTEGER && c.value_type != LIO_BIG_INTEGER && c.value_type != LIO_REAL)
     return fail(c, E_REAL);
   constexpr bool single = sizeof(Real) == 4;
@@ -749,14 +750,9 @@ kaf_status read_real_item(kaf_ioctx &c, Real *item) {
 
 template <typename Real>
 kaf_status read_complex_item(kaf_ioctx &c, Real *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_complex(c, sizeof(Real) == 4 ? precision::single : precision::dbl, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  constexpr precision kind = sizeof(Real) == 4 ? precision::single : precision::dbl;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_complex(c, kind, error); })) return s;
   if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
   item[0] = static_cast<Real>(c.real_part);
   item[1] = static_cast<Real>(c.real_value);
@@ -780,14 +776,8 @@ std::uint16_t half_bits(double v) {
 // REAL of half precision (its 16 bits) and of double-double precision: the
 // kept digits converted to the item's own kind.
 kaf_status read_half_item(kaf_ioctx &c, std::uint16_t *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_number(c, false, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_number(c, false, error); })) return s;
   if (c.value_type != LIO_INTEGER && c.value_type != LIO_BIG_INTEGER && c.value_type != LIO_REAL)
     return fail(c, E_REAL);
   bool overflow;
@@ -799,14 +789,8 @@ kaf_status read_half_item(kaf_ioctx &c, std::uint16_t *item) {
 }
 
 kaf_status read_dd_item(kaf_ioctx &c, kaf_dd *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_number(c, false, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_number(c, false, error); })) return s;
   if (c.value_type != LIO_INTEGER && c.value_type != LIO_BIG_INTEGER && c.value_type != LIO_REAL)
     return fail(c, E_REAL);
   bool overflow;
@@ -820,14 +804,8 @@ kaf_status read_dd_item(kaf_ioctx &c, kaf_dd *item) {
 // COMPLEX of half precision (two 16-bit parts) and of double-double
 // precision.
 kaf_status read_complex_half_item(kaf_ioctx &c, std::uint16_t *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_complex(c, precision::half, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_complex(c, precision::half, error); })) return s;
   if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
   item[0] = half_bits(c.real_part);
   item[1] = half_bits(c.real_value);
@@ -836,14 +814,8 @@ kaf_status read_complex_half_item(kaf_ioctx &c, std::uint16_t *item) {
 }
 
 kaf_status read_complex_dd_item(kaf_ioctx &c, kaf_ddc *item) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_complex(c, precision::ddouble, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_complex(c, precision::ddouble, error); })) return s;
   if (c.value_type != LIO_COMPLEX) return fail(c, E_COMPLEX);
   kaf_ddc v;
   v.re.hi = c.real_part;
@@ -938,14 +910,8 @@ void release_scan_buffers(kaf_ioctx &c) {
 }
 
 kaf_status read_character_item(kaf_ioctx &c, lio_char_kind kind, void *item, std::int64_t len, bool) {
-  take t;
-  if (kaf_status s = begin_item(c, &t)) return s;
-  if (t == take::none) return 0;
-  if (t == take::scan) {
-    std::int32_t error;
-    if (kaf_status s = scan_character(c, &error)) return s;
-    if (error) return fail(c, error);
-  }
+  kaf_status s;
+  if (item_ends_early(c, &s, [&](std::int32_t *error) { return scan_character(c, error); })) return s;
   if (c.value_type != LIO_CHARACTER) return fail(c, E_CHARACTER);
   switch (kind) {
   case LIO_KIND_BYTES: store_bytes(c, static_cast<unsigned char *>(item), len); break;
