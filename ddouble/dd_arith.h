@@ -390,28 +390,39 @@ inline dd divide_inline(dd a, dd b) {
     return divide_steps<false>(a, b);
   return divide_general(a, b);
 }
+// The square-root steps for a positive a: s = sqrt(a.hi) refined once to y,
+// then 0.5 * (y + a / y). Unchecked runs every step inline; checked takes
+// the full product and sum and the division with its own range dispatch.
+template <bool Checked>
+inline dd sqrt_steps(dd a) {
+  double s = __builtin_sqrt(a.hi);
+  dd pe = prod<Checked>(s, s);
+  double c = a.hi - pe.hi;
+  c = c - pe.lo;
+  c = c + a.lo;
+  c = c * 0.5;
+  c = c / s;
+  double yhi = s + c;
+  double t = s - yhi;
+  double ylo = t + c;
+  dd y{yhi, ylo};
+  dd q;
+  if constexpr (Checked)
+    q = divide_inline(a, y);
+  else
+    q = divide_steps<false>(a, y);
+  dd sum = add<Checked>(y, q);
+  double hi = 0.5 * sum.hi;
+  double lo = 0.5 * sum.lo;
+  return dd{hi, lo};
+}
+
 // Square root of a positive a inside the core range: the first
 // approximation y lies in the range too (near sqrt(a)), and so does the
 // quotient a / y.
 inline dd sqrt_inline(dd a) {
-  if (in_core_range(a) && a.hi > 0.0) [[likely]] {
-    double s = __builtin_sqrt(a.hi);
-    dd pe = prod<false>(s, s);
-    double c = a.hi - pe.hi;
-    c = c - pe.lo;
-    c = c + a.lo;
-    c = c * 0.5;
-    c = c / s;
-    double yhi = s + c;
-    double t = s - yhi;
-    double ylo = t + c;
-    dd y{yhi, ylo};
-    dd q = divide_steps<false>(a, y);
-    dd sum = add<false>(y, q);
-    double hi = 0.5 * sum.hi;
-    double lo = 0.5 * sum.lo;
-    return dd{hi, lo};
-  }
+  if (in_core_range(a) && a.hi > 0.0) [[likely]]
+    return sqrt_steps<false>(a);
   return sqrt_general(a);
 }
 

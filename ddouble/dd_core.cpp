@@ -76,22 +76,7 @@ dd sqrt_general(dd a) {
   if (!is_finite(a.hi)) return dd{a.hi, 0.0};
   // Near the subnormal range s*s would lose its low part: work on a*2^128.
   if (a.hi < 0x1p-960) return scale(sqrt(scale(a, 128)), -64);
-  double s = std::sqrt(a.hi);
-  dd pe = ddprod(s, s);
-  double c = a.hi - pe.hi;
-  c = c - pe.lo;
-  c = c + a.lo;
-  c = c * 0.5;
-  c = c / s;
-  double yhi = s + c;
-  double t = s - yhi;
-  double ylo = t + c;
-  dd y{yhi, ylo};
-  dd q = divide(a, y);
-  dd sum = add(y, q);
-  double hi = 0.5 * sum.hi;
-  double lo = 0.5 * sum.lo;
-  return dd{hi, lo};
+  return sqrt_steps<true>(a);
 }
 
 dd sqrt(dd a) { return sqrt_inline(a); }

@@ -597,13 +597,8 @@ std::int32_t __KAFf90_rewind4(const char *src_file, std::int32_t src_line, std::
   drain_output(u);
   if (u->standard) return statement_error(src_file, src_line, u, iostat, iomsg, iomsg_len, flags, E_REWIND, number);
   std::fflush(u->stream);
-  std::rewind(u->stream);
-  u->rpos = u->rlen = 0;
-  u->eof_seen = 0;
-  u->rec_pending = 0;
-  u->at_end = 0;
-  u->head.status = static_cast<std::uint8_t>(u->head.status & ~UNIT_AT_EOF);
-  u->last_op = LAST_READ;
+  std::clearerr(u->stream);
+  place_unit(u, 0);
   return 0;
 }
 
