@@ -45,7 +45,7 @@ struct stmt {
   std::string message() const { return trimmed(iomsg, sizeof iomsg); }
 };
 
-#define SET(spec, field, text) ((spec).field = (text), (spec).field##_len = std::strlen(text))
+#define SET(rec, field, text) ((rec).field = (text), (rec).field##_len = std::strlen(text))
 
 // OPEN with IOSTAT=; returns the IOSTAT= value.
 std::int32_t open_unit(std::int64_t unit, const std::string &name, const char *status, const char *access = "STREAM",
